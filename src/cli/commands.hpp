@@ -1,0 +1,16 @@
+#pragma once
+
+#include "cli/options.hpp"
+
+#include <filesystem>
+#include <ostream>
+
+namespace quorvel::cli {
+
+// Each returns the process exit status: 0 all files read, 1 some could not be.
+int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err);
+
+// Writes a folder of synthetic music in every encoding and layout, then detects it.
+int runDemo(const std::filesystem::path& folder, std::ostream& out, std::ostream& err);
+
+} // namespace quorvel::cli

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "core/detection/detectBestFormat.hpp"
+#include "core/detection/detectChannels.hpp"
+
+#include <string>
+
+namespace quorvel {
+
+// Everything one detection learns about a file, as a file item shows it.
+struct FileDetection {
+    FormatDetection format;   // format.best is stored as the item's detected format
+    SourceFormat used;        // the encoding the channels were analysed in
+    ChannelDetection channels;
+    std::string status;       // "16-bit BE (auto) · Stereo · confident"
+};
+
+// Scores the encodings, then analyses the channels in the best one, or in the fixed one
+// when the user has set it.
+FileDetection detectFile(ByteView data, SourceFormatChoice choice);
+
+std::string detectionStatus(SourceFormat used, SourceFormatChoice choice, const ChannelDetection& channels);
+
+} // namespace quorvel

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+
+namespace quorvel {
+
+// A whole file mapped read-only: large files cost address space, not copies.
+// Move-only; unmaps on destruction. On failure bytes() is empty and error() says why.
+class MappedFile {
+public:
+    static MappedFile open(const std::filesystem::path& path);
+
+    MappedFile(MappedFile&& other) noexcept;
+    MappedFile& operator=(MappedFile&& other) noexcept;
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+    ~MappedFile();
+
+    bool ok() const { return error_.empty(); }
+    const std::string& error() const { return error_; }
+    std::span<const std::uint8_t> bytes() const { return {data_, size_}; }
+
+private:
+    MappedFile() = default;
+    void release() noexcept;
+
+    const std::uint8_t* data_ = nullptr;
+    std::size_t size_ = 0;
+    std::string error_;
+};
+
+} // namespace quorvel

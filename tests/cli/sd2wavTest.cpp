@@ -1,0 +1,161 @@
+#include "support/signals.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+using namespace quorvel;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Outcome {
+    int exitCode;
+    std::string out, err;
+};
+
+std::string quoted(const std::string& word)
+{
+    std::string q = "'";
+    for (char c : word) {
+        if (c == '\'')
+            q.append("'\\''");
+        else
+            q.push_back(c);
+    }
+    q.push_back('\'');
+    return q;
+}
+
+std::string slurp(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+class Sd2wav : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        dir = fs::temp_directory_path() / ("sd2wav-test-" + std::to_string(std::random_device{}()));
+        fs::create_directories(dir);
+    }
+    void TearDown() override { fs::remove_all(dir); }
+
+    Outcome run(const std::vector<std::string>& args) const
+    {
+        std::string command = quoted(SD2WAV_PATH);
+        for (const auto& a : args)
+            command += " " + quoted(a);
+        command += " >" + quoted((dir / "out").string()) + " 2>" + quoted((dir / "err").string()) + " </dev/null";
+        const int status = std::system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(dir / "out"), slurp(dir / "err")};
+    }
+
+    std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) const
+    {
+        fs::create_directories((dir / name).parent_path());
+        std::ofstream(dir / name, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        return (dir / name).string();
+    }
+
+    fs::path dir;
+};
+
+std::vector<std::string> lines(const std::string& text)
+{
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        out.push_back(line);
+    return out;
+}
+
+} // namespace
+
+TEST_F(Sd2wav, DetectPrintsOneStatusLinePerFileInQueueOrder)
+{
+    const auto stereo = test::interleave(test::sine(20000, 40, 10000), test::sine(20000, 25, 8000));
+    write("set/Take 10.sd2", test::encode(stereo, SourceFormat::s16le));
+    write("set/take 2.SD2", test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be));
+    write("set/notes.txt", {1, 2, 3});
+    const std::string missing = (dir / "gone.sd2").string();
+
+    const Outcome r = run({"detect", (dir / "set").string(), missing});
+    EXPECT_EQ(r.exitCode, 1) << "a missing file is an unreadable one";
+    const auto out = lines(r.out);
+    ASSERT_EQ(out.size(), 3u) << r.out;
+    EXPECT_NE(out[0].find("gone.sd2"), std::string::npos);
+    EXPECT_NE(out[0].find("Unreadable file (No such file or directory)"), std::string::npos) << out[0];
+    EXPECT_TRUE(out[1].ends_with("take 2.SD2   16-bit BE (auto) · Mono · confident")) << out[1];
+    EXPECT_TRUE(out[2].ends_with("Take 10.sd2  16-bit LE (auto) · Stereo · confident")) << out[2];
+
+    const Outcome fixed = run({"detect", "--source-format", "s24le", (dir / "set/take 2.SD2").string()});
+    EXPECT_EQ(fixed.exitCode, 0);
+    EXPECT_NE(fixed.out.find("24-bit LE (set) · "), std::string::npos) << fixed.out;
+}
+
+TEST_F(Sd2wav, JsonLinesAreTheSameWhateverTheJobCount)
+{
+    const std::string take = write("a.sd2", test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be));
+    write("b.sd2", test::encode(test::sine(40000, 20, 1000000), SourceFormat::s24le));
+    write("c.sd2", {});
+    const std::string folder = write("d.sd2/inner.sd2", {0, 1, 0, 2});
+    fs::remove(folder);
+    fs::create_directory(folder);
+
+    const Outcome serial = run({"detect", "--json", "-j", "1", dir.string()});
+    const Outcome parallel = run({"detect", "--json", "-j2", dir.string()});
+    EXPECT_EQ(serial.out, parallel.out);
+    EXPECT_EQ(serial.exitCode, 1);
+    const auto out = lines(serial.out);
+    ASSERT_EQ(out.size(), 5u) << serial.out;
+    EXPECT_EQ(out[0].substr(0, out[0].find(",\"corr\"")),
+              "{\"path\":\"" + take + "\",\"format\":\"s16be\",\"channels\":1,\"confidence\":\"confident\"");
+    EXPECT_NE(out[0].find("\"scores\":{\"s16be\":0.951"), std::string::npos) << out[0];
+    EXPECT_TRUE(out[0].ends_with(",\"status\":\"16-bit BE (auto) · Mono · confident\"}")) << out[0];
+    EXPECT_NE(out[1].find("\"format\":\"s24le\""), std::string::npos) << out[1];
+    EXPECT_NE(out[2].find("\"confidence\":\"too short\""), std::string::npos) << out[2];
+    EXPECT_EQ(out[3], "{\"path\":\"" + (dir / "d.sd2").string() + "\",\"error\":\"Unreadable file: Is a folder\"}");
+    EXPECT_EQ(out[4], "{\"path\":\"" + folder + "\",\"error\":\"Unreadable file: Is a folder\"}");
+}
+
+TEST_F(Sd2wav, UsageErrorsExitWithTwo)
+{
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {}, {"detect"}, {"detect", "--source-format", "s32le", "x.sd2"}, {"detect", "-j", "0", "x.sd2"},
+             {"detect", "--frobnicate", "x.sd2"}, {"convert-all"}, {"detect", "--source-format"}}) {
+        const Outcome r = run(args);
+        EXPECT_EQ(r.exitCode, 2) << r.err;
+        EXPECT_TRUE(r.err.starts_with("sd2wav: ")) << r.err;
+        EXPECT_NE(r.err.find("usage: sd2wav detect"), std::string::npos);
+        EXPECT_TRUE(r.out.empty());
+    }
+    const Outcome help = run({"detect", "--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(help.out.starts_with("usage: ")) << help.out;
+
+    const Outcome none = run({"detect", (dir / "nothing-here").string() + ".wav"});
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_EQ(none.err, "sd2wav: no .sd2 files found in the given paths\n");
+}
+
+TEST_F(Sd2wav, DemoWritesEveryEncodingAndLayoutAndDetectsThem)
+{
+    const Outcome r = run({"demo", (dir / "demo").string()});
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    const auto out = lines(r.out);
+    ASSERT_EQ(out.size(), 9u) << r.out;
+    for (std::size_t i = 1; i < out.size(); ++i) {
+        // Each name states its true encoding and layout; detection must agree.
+        const std::string& line = out[i];
+        const auto format = SourceFormat::fromRaw(line.substr(line.find("demo ") + 5, 5));
+        ASSERT_TRUE(format) << line;
+        const std::string expected = std::string(format->shortText()) + " (auto) · " +
+                                     (line.find(" mono.sd2") != std::string::npos ? "Mono" : "Stereo");
+        EXPECT_NE(line.find(expected), std::string::npos) << line;
+    }
+}

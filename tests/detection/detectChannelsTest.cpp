@@ -1,0 +1,109 @@
+#include "core/detection/detectChannels.hpp"
+#include "core/detection/detectFile.hpp"
+#include "support/printers.hpp"
+#include "support/signals.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace quorvel;
+
+TEST(DetectChannels, DegenerateInputs)
+{
+    EXPECT_EQ(detectChannels({}, SourceFormat::s16be), (ChannelDetection{2, "too short", 0.0}));
+    EXPECT_EQ(detectChannels(std::vector<std::uint8_t>(15, 7), SourceFormat::s16be), (ChannelDetection{2, "too short", 0.0}));
+    EXPECT_NE(detectChannels(test::encode(test::sine(8, 5, 1000), SourceFormat::s16be), SourceFormat::s16be).confidence,
+              "too short");
+    EXPECT_EQ(detectChannels(std::vector<std::uint8_t>(600, 0), SourceFormat::s24le),
+              (ChannelDetection{1, "silent/constant", 1.0}));
+    EXPECT_EQ(detectChannels(test::encode(std::vector<std::int32_t>(300, -77), SourceFormat::s16le), SourceFormat::s16le),
+              (ChannelDetection{1, "silent/constant", 1.0}));
+}
+
+TEST(DetectChannels, MonoAndStereoSines)
+{
+    const auto mono = detectChannels(test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be), SourceFormat::s16be);
+    EXPECT_EQ(mono.channels, 1);
+    EXPECT_EQ(mono.confidence, "confident");
+    EXPECT_NEAR(mono.corr, 0.809 - 0.951, 1e-3);
+
+    const auto twoTones = test::interleave(test::sine(20000, 40, 10000), test::sine(20000, 25, 8000));
+    const auto stereo = detectChannels(test::encode(twoTones, SourceFormat::s16le), SourceFormat::s16le);
+    EXPECT_EQ(stereo.channels, 2);
+    EXPECT_EQ(stereo.confidence, "confident");
+    EXPECT_NEAR(stereo.corr, 0.980, 1e-3);
+
+    // Same tone in both channels: the distances alone say mono, the frames say stereo.
+    const auto same = test::sine(20000, 20, 1000000);
+    const auto twin = detectChannels(test::encode(test::interleave(same, same), SourceFormat::s24be), SourceFormat::s24be);
+    EXPECT_EQ(twin.channels, 2);
+    EXPECT_EQ(twin.confidence, "confident");
+    EXPECT_NEAR(twin.corr, -0.024, 1e-3);
+}
+
+// A mono source bounced to two identical channels of smooth material: r1 is so close to
+// 1 that the frame margin can never be met, yet the file must not play at half speed.
+TEST(DetectChannels, IdenticalSmoothChannelsAreStereo)
+{
+    const auto slow = test::sine(30000, 2000, 20000);
+    const auto found = detectChannels(test::encode(test::interleave(slow, slow), SourceFormat::s16be), SourceFormat::s16be);
+    EXPECT_EQ(found, (ChannelDetection{2, "confident", found.corr}));
+    EXPECT_GT(found.corr, -0.01) << "the distance test alone would not call this stereo";
+
+    // One differing frame is enough to fall back to the distance rules.
+    auto nearly = test::interleave(slow, slow);
+    nearly[1001] += 1;
+    EXPECT_EQ(detectChannels(test::encode(nearly, SourceFormat::s16be), SourceFormat::s16be).channels, 1);
+}
+
+TEST(DetectChannels, DecisionBoundaries)
+{
+    const auto decide = [](double d, std::optional<double> c = std::nullopt, double r1 = 0.5) {
+        return decideChannels({r1, d, c, false});
+    };
+    EXPECT_EQ(decide(0.05), (ChannelDetection{2, "confident", 0.05}));
+    EXPECT_EQ(decide(0.04), (ChannelDetection{2, "verify by ear", 0.04}));
+    EXPECT_EQ(decide(0.0100001).confidence, "verify by ear");
+    EXPECT_EQ(decide(0.01), (ChannelDetection{1, "verify by ear", 0.01}));
+    EXPECT_EQ(decide(-0.01), (ChannelDetection{1, "verify by ear", -0.01}));
+    EXPECT_EQ(decide(-0.02), (ChannelDetection{1, "confident", -0.02}));
+
+    // Frame rule: both its comparisons are strict.
+    EXPECT_EQ(decide(-0.02, 0.9999, 0.99), (ChannelDetection{2, "confident", -0.02}));
+    EXPECT_EQ(decide(-0.02, 0.9995, 0.9).channels, 1);
+    EXPECT_EQ(decide(-0.02, 0.99951, 0.9).channels, 2);
+    EXPECT_EQ(decide(-0.02, 0.9999, 0.9960).channels, 1);
+    EXPECT_EQ(decide(-0.02, 0.9999, 0.9958).channels, 2);
+    EXPECT_EQ(decide(0.05, 0.2, 0.9).channels, 2) << "an undecided frame test falls through to the distances";
+}
+
+TEST(DetectChannels, OnlyTheFirstTwelveMegabytesCount)
+{
+    // Stereo for the first 12 MB (and a stray byte), mono noise-free sine after it.
+    auto samples = test::interleave(test::sine(3000000, 40, 10000), test::sine(3000000, 25, 8000));
+    auto bytes = test::encode(samples, SourceFormat::s16be);
+    ASSERT_EQ(bytes.size(), 12000000u);
+    bytes.push_back(0x42);
+    const auto tail = test::encode(test::sine(400000, 20, 10000), SourceFormat::s16be);
+    bytes.insert(bytes.end(), tail.begin(), tail.end());
+
+    const auto prefixOnly = detectChannels(std::span(bytes).first(12000000), SourceFormat::s16be);
+    EXPECT_EQ(detectChannels(bytes, SourceFormat::s16be), prefixOnly);
+    EXPECT_EQ(prefixOnly.channels, 2);
+}
+
+TEST(DetectFile, StatusTextAndChoice)
+{
+    const auto bytes = test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be);
+    const FileDetection automatic = detectFile(bytes, SourceFormatChoice::automatic());
+    EXPECT_EQ(automatic.status, "16-bit BE (auto) · Mono · confident");
+
+    // A fixed format drives the channel analysis and the label; the best encoding is still reported.
+    const FileDetection fixed = detectFile(bytes, SourceFormatChoice::fixed(SourceFormat::s24le));
+    EXPECT_EQ(fixed.format.best, SourceFormat::s16be);
+    EXPECT_EQ(fixed.used, SourceFormat::s24le);
+    EXPECT_EQ(fixed.channels, detectChannels(bytes, SourceFormat::s24le));
+    EXPECT_TRUE(fixed.status.starts_with("24-bit LE (set) · ")) << fixed.status;
+
+    EXPECT_EQ(detectionStatus(SourceFormat::s24be, SourceFormatChoice::automatic(), {2, "verify by ear", 0.02}),
+              "24-bit BE (auto) · Stereo · verify by ear");
+}

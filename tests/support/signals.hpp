@@ -1,0 +1,41 @@
+#pragma once
+
+#include "core/formats/encodeSample.hpp"
+
+#include <cmath>
+#include <cstdint>
+#include <numbers>
+#include <vector>
+
+namespace quorvel::test {
+
+// Integer samples of amplitude × sin(2πk / period), rounded to nearest.
+inline std::vector<std::int32_t> sine(std::size_t count, double period, double amplitude, double phase = 0.0)
+{
+    std::vector<std::int32_t> samples(count);
+    for (std::size_t k = 0; k < count; ++k)
+        samples[k] = static_cast<std::int32_t>(
+            std::lround(amplitude * std::sin(2.0 * std::numbers::pi * static_cast<double>(k) / period + phase)));
+    return samples;
+}
+
+inline std::vector<std::int32_t> interleave(const std::vector<std::int32_t>& left, const std::vector<std::int32_t>& right)
+{
+    std::vector<std::int32_t> frames;
+    frames.reserve(left.size() * 2);
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        frames.push_back(left[i]);
+        frames.push_back(right[i]);
+    }
+    return frames;
+}
+
+inline std::vector<std::uint8_t> encode(const std::vector<std::int32_t>& samples, SourceFormat format)
+{
+    std::vector<std::uint8_t> bytes(samples.size() * format.bytesPerSample());
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        encodeSample(samples[i], format, bytes.data() + i * format.bytesPerSample());
+    return bytes;
+}
+
+} // namespace quorvel::test

@@ -1,0 +1,7 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything with the tests, and runs them.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+tools/deps.sh
+tools/build.sh -DQUORVEL_BUILD_TESTS=ON
+ctest --test-dir build --output-on-failure --parallel "$(nproc)"
