@@ -24,7 +24,7 @@ void addNote(std::vector<double>& track, double start, double length, double hz,
         const double t = static_cast<double>(i) / kRate;
         const double envelope = std::min(1.0, t / 0.005) * std::exp(-3.0 * t);
         double v = 0.0;
-        for (int k = 1; k <= 6; ++k)
+        for (int k = 1; k <= 12; ++k)
             v += std::sin(2.0 * std::numbers::pi * hz * k * t) / std::pow(k, 1.5);
         track[first + i] += level * envelope * v;
     }
@@ -40,14 +40,14 @@ std::vector<double> melody(unsigned seed, double rootHz)
 
     std::vector<double> track(static_cast<std::size_t>(kRate * kSeconds), 0.0);
     for (double t = 0.0; t < kSeconds; t += 0.25)
-        addNote(track, t, 0.6, rootHz * kPentatonic[step(random)], 0.18);
+        addNote(track, t, 0.6, rootHz * kPentatonic[step(random)], 0.1);
     for (double t = 0.0; t < kSeconds; t += 1.0)
-        addNote(track, t, 1.2, rootHz / 4, 0.25);
+        addNote(track, t, 1.2, rootHz / 4, 0.15);
 
     double room = 0.0;
     for (double& v : track) {
         room += 0.05 * (noise(random) - room);
-        v += 0.01 * room;
+        v += 0.04 * room;
     }
     return track;
 }
@@ -59,9 +59,9 @@ struct DemoFile {
 
 void writeDemo(const std::filesystem::path& path, const DemoFile& demo, unsigned seed)
 {
-    std::vector<std::vector<double>> tracks{melody(seed, 220.0)};
+    std::vector<std::vector<double>> tracks{melody(seed, 440.0)};
     if (demo.channels == 2)
-        tracks.push_back(melody(seed + 100, 330.0));
+        tracks.push_back(melody(seed + 100, 660.0));
 
     const int bps = demo.format.bytesPerSample();
     const double fullScale = bps == 2 ? 32767.0 : 8388607.0;
