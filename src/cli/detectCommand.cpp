@@ -1,33 +1,15 @@
 #include "cli/commands.hpp"
 #include "cli/json.hpp"
 #include "cli/parallel.hpp"
-#include "core/detection/detectFile.hpp"
-#include "core/io/MappedFile.hpp"
-#include "model/intake.hpp"
-
-#include <QFile>
+#include "cli/queue.hpp"
 
 #include <algorithm>
-#include <variant>
 
 namespace quorvel::cli {
 
 namespace {
 
-struct Unreadable {
-    std::string reason;
-};
-using Outcome = std::variant<FileDetection, Unreadable>;
-
-Outcome detectPath(const std::string& path, SourceFormatChoice choice)
-{
-    const MappedFile file = MappedFile::open(path);
-    if (!file.ok())
-        return Unreadable{file.error()};
-    return detectFile(file.bytes(), choice);
-}
-
-std::string jsonLine(const std::string& path, const Outcome& outcome)
+std::string jsonLine(const std::string& path, const Detection& outcome)
 {
     std::string line = "{\"path\":" + jsonString(path);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
@@ -47,14 +29,7 @@ std::string jsonLine(const std::string& path, const Outcome& outcome)
     return line + "},\"status\":" + jsonString(found.status) + "}";
 }
 
-std::size_t displayWidth(std::string_view text)
-{
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-    }));
-}
-
-std::string plainLine(const std::string& path, std::size_t nameWidth, const Outcome& outcome)
+std::string plainLine(const std::string& path, std::size_t nameWidth, const Detection& outcome)
 {
     std::string line = path + std::string(nameWidth - displayWidth(path) + 2, ' ');
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
@@ -66,13 +41,7 @@ std::string plainLine(const std::string& path, std::size_t nameWidth, const Outc
 
 int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err)
 {
-    QStringList given;
-    for (const std::string& path : options.paths)
-        given.append(QFile::decodeName(path.c_str()));
-
-    std::vector<std::string> paths;
-    for (const QString& path : collectSd2Paths(given, {}))
-        paths.push_back(QFile::encodeName(path).toStdString());
+    const std::vector<std::string> paths = queuePaths(options.paths);
     if (paths.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
         return 1;
@@ -85,7 +54,7 @@ int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err
     int status = 0;
     forEachInOrder(
         paths.size(), options.jobs, [&](std::size_t i) { return detectPath(paths[i], options.sourceFormat); },
-        [&](std::size_t i, const Outcome& outcome) {
+        [&](std::size_t i, const Detection& outcome) {
             if (std::holds_alternative<Unreadable>(outcome))
                 status = 1;
             out << (options.json ? jsonLine(paths[i], outcome) : plainLine(paths[i], nameWidth, outcome)) << '\n';

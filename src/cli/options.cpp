@@ -1,6 +1,7 @@
 #include "cli/options.hpp"
 
 #include <charconv>
+#include <cstdint>
 #include <thread>
 
 namespace quorvel::cli {
@@ -17,6 +18,28 @@ unsigned parseJobs(std::string_view text)
         throw UsageError("-j takes a whole number of jobs from 1 to " + std::to_string(kMaxJobs) + ", not '" +
                          std::string(text) + "'");
     return jobs;
+}
+
+template <class Option>
+Option parseNumber(std::string_view option, std::string_view text, std::string_view allowed)
+{
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc{} && end == text.data() + text.size())
+        if (auto parsed = Option::fromRaw(value))
+            return *parsed;
+    throw UsageError(std::string(option) + " takes " + std::string(allowed) + ", not '" + std::string(text) + "'");
+}
+
+TargetChannels parseChannels(std::string_view text)
+{
+    if (text == "stereo")
+        return TargetChannels::stereo;
+    if (text == "preserve")
+        return TargetChannels::preserve;
+    if (text == "mono")
+        return TargetChannels::mono;
+    throw UsageError("--channels takes stereo, preserve or mono, not '" + std::string(text) + "'");
 }
 
 SourceFormatChoice parseSourceFormat(std::string_view text)
@@ -65,7 +88,12 @@ unsigned defaultJobs()
     return cores == 0 ? 1 : cores;
 }
 
-DetectOptions parseDetectOptions(const std::vector<std::string_view>& args)
+namespace {
+
+// Reads the options both commands share and the PATHs; every other option goes to
+// `own`, which returns false for words it does not know.
+template <class Own>
+DetectOptions parseCommon(const std::vector<std::string_view>& args, std::string_view command, Own own)
 {
     DetectOptions options;
     options.jobs = defaultJobs();
@@ -84,11 +112,50 @@ DetectOptions parseDetectOptions(const std::vector<std::string_view>& args)
             options.sourceFormat = parseSourceFormat(value);
         else if (reader.takes("-j", value) || reader.takes("--jobs", value))
             options.jobs = parseJobs(value);
-        else
+        else if (!own(reader))
             throw UsageError("unknown option '" + std::string(w) + "'");
     }
     if (options.paths.empty())
-        throw UsageError("detect needs at least one file or folder");
+        throw UsageError(std::string(command) + " needs at least one file or folder");
+    return options;
+}
+
+} // namespace
+
+DetectOptions parseDetectOptions(const std::vector<std::string_view>& args)
+{
+    return parseCommon(args, "detect", [](ArgReader&) { return false; });
+}
+
+ConvertOptions parseConvertOptions(const std::vector<std::string_view>& args)
+{
+    ConvertOptions options;
+    options.common = parseCommon(args, "convert", [&](ArgReader& reader) {
+        std::string_view value;
+        const std::string_view w = reader.word();
+        if (w == "--normalize")
+            options.normalize = true;
+        else if (w == "--mono")
+            options.channelOverride = ChannelOverride::mono;
+        else if (w == "--stereo")
+            options.channelOverride = ChannelOverride::stereo;
+        else if (reader.takes("--rate", value))
+            options.rate = parseNumber<TargetRate>("--rate", value, "44100, 48000, 88200 or 96000");
+        else if (reader.takes("--depth", value))
+            options.depth = parseNumber<TargetDepth>("--depth", value, "16, 24 or 32");
+        else if (reader.takes("--source-rate", value))
+            options.sourceRate = parseNumber<SourceRate>("--source-rate", value, "44100, 48000 or 22050");
+        else if (reader.takes("--channels", value))
+            options.channels = parseChannels(value);
+        else if (reader.takes("-o", value) || reader.takes("--output", value)) {
+            if (value.empty())
+                throw UsageError("-o needs a folder");
+            options.outputFolder = std::string(value);
+        }
+        else
+            return false;
+        return true;
+    });
     return options;
 }
 

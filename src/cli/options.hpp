@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
 
 #include <stdexcept>
@@ -21,9 +22,21 @@ struct DetectOptions {
     std::vector<std::string> paths;
 };
 
+struct ConvertOptions {
+    DetectOptions common;
+    SourceRate sourceRate = SourceRate::r44100;
+    TargetRate rate = TargetRate::r48000;
+    TargetDepth depth = TargetDepth::d24;
+    TargetChannels channels = TargetChannels::stereo;
+    ChannelOverride channelOverride = ChannelOverride::automatic;
+    bool normalize = false;
+    std::string outputFolder; // empty: _sd2_outputs beside the first file
+};
+
 unsigned defaultJobs();
 
-// Parses the words after "detect". Throws UsageError.
+// Parse the words after the command. Throw UsageError.
 DetectOptions parseDetectOptions(const std::vector<std::string_view>& args);
+ConvertOptions parseConvertOptions(const std::vector<std::string_view>& args);
 
 } // namespace quorvel::cli

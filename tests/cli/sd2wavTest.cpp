@@ -1,9 +1,9 @@
+#include "support/files.hpp"
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <sstream>
 
@@ -30,39 +30,26 @@ std::string quoted(const std::string& word)
     return q;
 }
 
-std::string slurp(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 class Sd2wav : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        dir = fs::temp_directory_path() / ("sd2wav-test-" + std::to_string(std::random_device{}()));
-        fs::create_directories(dir);
-    }
-    void TearDown() override { fs::remove_all(dir); }
-
     Outcome run(const std::vector<std::string>& args) const
     {
         std::string command = quoted(SD2WAV_PATH);
         for (const auto& a : args)
-            command += " " + quoted(a);
-        command += " >" + quoted((dir / "out").string()) + " 2>" + quoted((dir / "err").string()) + " </dev/null";
+            command.append(" ").append(quoted(a));
+        command.append(" >").append(quoted((dir / "out").string()));
+        command.append(" 2>").append(quoted((dir / "err").string())).append(" </dev/null");
         const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(dir / "out"), slurp(dir / "err")};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, test::slurp(dir / "out"), test::slurp(dir / "err")};
     }
 
     std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) const
     {
-        fs::create_directories((dir / name).parent_path());
-        std::ofstream(dir / name, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-        return (dir / name).string();
+        return scratch.write(name, bytes).string();
     }
 
-    fs::path dir;
+    test::ScratchDir scratch;
+    const fs::path dir = scratch.path();
 };
 
 std::vector<std::string> lines(const std::string& text)
@@ -157,5 +144,83 @@ TEST_F(Sd2wav, DemoWritesEveryEncodingAndLayoutAndDetectsThem)
         const std::string expected = std::string(format->shortText()) + " (auto) · " +
                                      (line.find(" mono.sd2") != std::string::npos ? "Mono" : "Stereo");
         EXPECT_NE(line.find(expected), std::string::npos) << line;
+    }
+}
+
+namespace {
+
+// What ffprobe says of a WAV file: "codec channels rate frames", or empty when it cannot read it.
+std::string probe(const fs::path& wav)
+{
+    const std::string command = "ffprobe -v error -select_streams a:0 -count_packets -show_entries "
+                                "stream=codec_name,channels,sample_rate,duration_ts -of csv=p=0 " +
+                                quoted(wav.string()) + " 2>/dev/null";
+    std::string out;
+    if (FILE* pipe = popen(command.c_str(), "r")) {
+        char buffer[256];
+        while (fgets(buffer, sizeof buffer, pipe))
+            out += buffer;
+        pclose(pipe);
+    }
+    return out;
+}
+
+} // namespace
+
+TEST_F(Sd2wav, ConvertWritesWavFilesThatOtherToolsRead)
+{
+    const auto stereo = test::interleave(test::sine(44100, 40, 10000), test::sine(44100, 25, 8000));
+    write("a/take.sd2", test::encode(stereo, SourceFormat::s24le));
+    write("b/take.sd2", test::encode(test::sine(22050, 30, 10000), SourceFormat::s16be));
+    write("b/hiss.sd2", [] {
+        std::mt19937 random(1);
+        std::vector<std::uint8_t> noise(100000);
+        for (auto& b : noise)
+            b = static_cast<std::uint8_t>(random());
+        return noise;
+    }());
+
+    // Same-named sources in two folders: the "(2)" goes to the later one in queue order, whatever -j is.
+    const Outcome serial = run({"convert", "--json", "-j", "1", "-o", (dir / "out1").string(), (dir / "a").string(), (dir / "b").string()});
+    const Outcome parallel = run({"convert", "--json", "-j", "2", "-o", (dir / "out2").string(), (dir / "a").string(), (dir / "b").string()});
+    EXPECT_EQ(serial.exitCode, 1) << "the static file fails";
+    const auto out = lines(serial.out);
+    ASSERT_EQ(out.size(), 3u) << serial.out << serial.err;
+    EXPECT_NE(out[0].find("\"ok\":false,\"status\":\"Reads as static — try another source format in Advanced\""), std::string::npos) << out[0];
+    EXPECT_NE(out[1].find("\"status\":\"Bounced → take_48kHz_24bit_stereo.wav\",\"format\":\"s24le\",\"channels\":2"), std::string::npos) << out[1];
+    EXPECT_NE(out[2].find("\"status\":\"Bounced → take_48kHz_24bit_stereo (2).wav\",\"format\":\"s16be\",\"channels\":1"), std::string::npos) << out[2];
+
+    for (const char* name : {"take_48kHz_24bit_stereo.wav", "take_48kHz_24bit_stereo (2).wav"}) {
+        EXPECT_EQ(test::slurp(dir / "out1" / name), test::slurp(dir / "out2" / name)) << name << " differs between -j 1 and -j 2";
+    }
+    EXPECT_EQ(probe(dir / "out1" / "take_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,48000\n");
+    EXPECT_EQ(probe(dir / "out1" / "take_48kHz_24bit_stereo (2).wav"), "pcm_s24le,48000,2,24000\n");
+
+    // A second run never overwrites: it steps to the next free name.
+    const Outcome again = run({"convert", "--rate", "44100", "--depth", "16", "--channels", "preserve", "-o", (dir / "out1").string(), (dir / "a").string()});
+    EXPECT_EQ(again.exitCode, 0) << again.err;
+    EXPECT_TRUE(again.out.ends_with("Bounced → take_44.1kHz_16bit_stereo.wav\n")) << again.out;
+    const Outcome third = run({"convert", "--rate", "44100", "--depth", "16", "--channels", "preserve", "-o", (dir / "out1").string(), (dir / "a").string()});
+    EXPECT_TRUE(third.out.ends_with("Bounced → take_44.1kHz_16bit_stereo (2).wav\n")) << third.out;
+    EXPECT_EQ(probe(dir / "out1" / "take_44.1kHz_16bit_stereo (2).wav"), "pcm_s16le,44100,2,44100\n");
+}
+
+TEST_F(Sd2wav, ConvertDefaultsBesideTheFirstFileAndReportsFailures)
+{
+    write("set/one.sd2", test::encode(test::sine(44100, 20, 10000), SourceFormat::s16le));
+    const Outcome ok = run({"convert", "--mono", "--normalize", (dir / "set").string()});
+    EXPECT_EQ(ok.exitCode, 0) << ok.err;
+    EXPECT_TRUE(fs::exists(dir / "set" / "_sd2_outputs" / "one_48kHz_24bit_stereo.wav")) << ok.out;
+
+    const Outcome unreadable = run({"convert", (dir / "gone.sd2").string()});
+    EXPECT_EQ(unreadable.exitCode, 1);
+    EXPECT_NE(unreadable.out.find("Couldn't read the file (No such file or directory)"), std::string::npos) << unreadable.out;
+
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {"convert", "--rate", "44000", "x.sd2"}, {"convert", "--depth", "8", "x.sd2"},
+             {"convert", "--channels", "Stereo", "x.sd2"}, {"convert", "-o", "", "x.sd2"}, {"convert"}}) {
+        const Outcome r = run(args);
+        EXPECT_EQ(r.exitCode, 2) << args.back();
+        EXPECT_TRUE(r.err.starts_with("sd2wav: ")) << r.err;
     }
 }

@@ -3,16 +3,13 @@
 
 namespace quorvel {
 
-namespace {
-template <class Scorer>
-FormatScores scoreAll(ByteView data, Scorer scorer)
+FormatScores candidateScores(ByteView data, double (*scorer)(ByteView, SourceFormat))
 {
     FormatScores scores{};
     for (SourceFormat candidate : SourceFormat::allCases())
         scores[candidate.index()] = scorer(data, candidate);
     return scores;
 }
-} // namespace
 
 SourceFormat bestCandidate(const FormatScores& scores)
 {
@@ -30,12 +27,12 @@ SourceFormat bestCandidate(const FormatScores& scores)
 FormatDetection scoreFormats(ByteView data)
 {
     FormatDetection result;
-    result.scores = scoreAll(data, smoothness);
+    result.scores = candidateScores(data, smoothness);
     result.best = bestCandidate(result.scores);
 
     const double winning = result.scores[result.best.index()];
     if (winning < kChannelRecheckBelow) {
-        result.channelScores = scoreAll(data, channelSmoothness);
+        result.channelScores = candidateScores(data, channelSmoothness);
         const SourceFormat channelBest = bestCandidate(*result.channelScores);
         if ((*result.channelScores)[channelBest.index()] > winning)
             result.best = channelBest;

@@ -20,6 +20,9 @@ struct FormatDetection {
 // channel-aware scores then get a say.
 inline constexpr double kChannelRecheckBelow = 0.5;
 
+// Every candidate scored by `scorer` (smoothness or channelSmoothness).
+FormatScores candidateScores(ByteView data, double (*scorer)(ByteView, SourceFormat));
+
 // The candidate with the strictly highest score; ties go to the earlier candidate.
 SourceFormat bestCandidate(const FormatScores& scores);
 

@@ -19,7 +19,7 @@ std::string_view SourceRate::label() const { return kSourceLabels[c_]; }
 
 std::optional<TargetRate> TargetRate::fromRaw(std::int64_t hz) { return optionFromRaw<TargetRate>(hz); }
 std::int64_t TargetRate::rawValue() const { return kTargetHz[c_]; }
-std::string TargetRate::label() const { return khzText(rawValue()) + " kHz"; }
+std::string TargetRate::label() const { return khz(rawValue()); }
 
 std::string khzText(std::int64_t hz)
 {

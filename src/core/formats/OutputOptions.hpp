@@ -45,6 +45,8 @@ private:
 
 // Whole kilohertz print bare ("48"), anything else with one decimal ("44.1").
 std::string khzText(std::int64_t hz);
+// The rate for status lines: "44.1 kHz", "48 kHz".
+inline std::string khz(std::int64_t hz) { return khzText(hz) + " kHz"; }
 
 // Output bit depth; all integer PCM.
 class TargetDepth {

@@ -32,4 +32,9 @@ private:
     std::string error_;
 };
 
+// Asks the system to page out a range that has been read through; the contents stay
+// valid (file pages are read again if touched), so any memory may be passed. Keeps a
+// conversion's peak memory to its audio buffers rather than buffers plus source.
+void releaseResidentPages(std::span<const std::uint8_t> bytes);
+
 } // namespace quorvel

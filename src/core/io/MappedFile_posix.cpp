@@ -75,6 +75,17 @@ MappedFile& MappedFile::operator=(MappedFile&& other) noexcept
 
 MappedFile::~MappedFile() { release(); }
 
+void releaseResidentPages(std::span<const std::uint8_t> bytes)
+{
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto first = (reinterpret_cast<std::uintptr_t>(bytes.data()) + page - 1) / page * page;
+    const auto last = (reinterpret_cast<std::uintptr_t>(bytes.data()) + bytes.size()) / page * page;
+#ifdef MADV_PAGEOUT // non-destructive, unlike MADV_DONTNEED on anonymous memory
+    if (last > first)
+        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_PAGEOUT);
+#endif
+}
+
 void MappedFile::release() noexcept
 {
     if (data_)

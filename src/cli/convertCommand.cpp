@@ -1,0 +1,177 @@
+#include "cli/commands.hpp"
+#include "cli/json.hpp"
+#include "cli/parallel.hpp"
+#include "cli/queue.hpp"
+#include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/outputNaming.hpp"
+
+#include <condition_variable>
+#include <mutex>
+#include <set>
+#include <unistd.h>
+
+namespace quorvel::cli {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Hands out output names in queue order, whatever order the jobs reach that step in, so
+// two sources with the same name get the same "(2)" whatever -j is. Each file takes its
+// turn exactly once: by claiming a name, or by passing when it failed before naming.
+class OrderedNames {
+public:
+    fs::path claim(std::size_t index, const fs::path& dir, const std::string& stem)
+    {
+        std::unique_lock lock(mutex_);
+        turn_.wait(lock, [&] { return next_ == index; });
+        fs::path candidate = outputCandidate(dir, stem, 1);
+        std::error_code ignored;
+        for (std::int64_t n = 2; taken_.contains(candidate) || fs::exists(fs::symlink_status(candidate, ignored)); ++n)
+            candidate = outputCandidate(dir, stem, n);
+        taken_.insert(candidate);
+        advance();
+        return candidate;
+    }
+
+    void pass(std::size_t index)
+    {
+        std::unique_lock lock(mutex_);
+        turn_.wait(lock, [&] { return next_ == index; });
+        advance();
+    }
+
+private:
+    void advance()
+    {
+        ++next_;
+        turn_.notify_all();
+    }
+
+    std::mutex mutex_;
+    std::condition_variable turn_;
+    std::size_t next_ = 0;
+    std::set<fs::path> taken_;
+};
+
+class NamingObserver : public BounceObserver {
+public:
+    NamingObserver(OrderedNames& names, std::size_t index) : names_(names), index_(index) {}
+    ~NamingObserver() override
+    {
+        if (!named_)
+            names_.pass(index_);
+    }
+
+    fs::path chooseOutput(const fs::path& dir, const std::string& base, std::int64_t rate, std::int64_t depth,
+                          std::int64_t channels) override
+    {
+        named_ = true;
+        return names_.claim(index_, dir, outputStem(base, rate, depth, channels));
+    }
+
+private:
+    OrderedNames& names_;
+    std::size_t index_;
+    bool named_ = false;
+};
+
+std::string jsonLine(const std::string& path, const BounceResult& r)
+{
+    std::string line = "{\"path\":" + jsonString(path);
+    line += ",\"output\":" + (r.ok ? jsonString(r.output.string()) : std::string("null"));
+    line += std::string(",\"ok\":") + (r.ok ? "true" : "false");
+    line += ",\"status\":" + jsonString(r.status);
+    if (!r.ok)
+        line += ",\"error\":" + jsonString(r.reason);
+    line += ",\"format\":" + jsonString(r.format.rawValue());
+    line += ",\"channels\":" + std::to_string(r.sourceChannels);
+    line += std::string(",\"autoCorrected\":") + (r.autoCorrected ? "true" : "false");
+    return line + "}";
+}
+
+std::string plainLine(const std::string& path, std::size_t width, const BounceResult& r)
+{
+    std::string line = path + std::string(width - displayWidth(path) + 2, ' ') + r.status;
+    // The status texts are short by design; a tool user also wants the cause.
+    if (!r.ok && !r.reason.empty() && r.status.find(r.reason) == std::string::npos)
+        line += " (" + r.reason + ")";
+    return line;
+}
+
+// "[##########----------]  12/200" redrawn in place on a terminal.
+void drawProgress(std::size_t done, std::size_t total)
+{
+    constexpr std::size_t kWidth = 30;
+    const std::size_t filled = total ? done * kWidth / total : kWidth;
+    std::string bar = "\r[" + std::string(filled, '#') + std::string(kWidth - filled, '-') + "] " +
+                      std::to_string(done) + "/" + std::to_string(total);
+    if (done == total)
+        bar = "\r" + std::string(bar.size(), ' ') + "\r";
+    (void)!::write(STDERR_FILENO, bar.data(), bar.size());
+}
+
+} // namespace
+
+int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err)
+{
+    const std::vector<std::string> paths = queuePaths(options.common.paths);
+    if (paths.empty()) {
+        err << "sd2wav: no .sd2 files found in the given paths\n";
+        return 1;
+    }
+
+    BounceSettings settings;
+    settings.sourceFormat = options.common.sourceFormat;
+    settings.sourceRate = options.sourceRate.rawValue();
+    settings.targetRate = options.rate.rawValue();
+    settings.depth = options.depth.rawValue();
+    settings.channels = options.channels;
+    settings.normalize = options.normalize;
+    settings.outputFolder = options.outputFolder.empty() ? fs::path(paths.front()).parent_path() / "_sd2_outputs"
+                                                         : fs::path(options.outputFolder);
+    std::error_code ignored; // a folder that cannot be made shows up in every file's write error
+    fs::create_directories(settings.outputFolder, ignored);
+
+    std::size_t width = 0;
+    for (const std::string& path : paths)
+        width = std::max(width, displayWidth(path));
+
+    const bool progress = ::isatty(STDERR_FILENO) == 1;
+    OrderedNames names;
+    int status = 0;
+    forEachInOrder(
+        paths.size(), options.common.jobs,
+        [&](std::size_t i) {
+            // Detect first, as the app does when a file is queued.
+            const Detection detection = detectPath(paths[i], settings.sourceFormat);
+            const auto* found = std::get_if<FileDetection>(&detection);
+            const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
+            const std::int64_t detectedChannels = found ? found->channels.channels : 2;
+            const BounceItem item{
+                paths[i], [&] { return detected; },
+                [&]() -> std::int64_t {
+                    switch (options.channelOverride) {
+                    case ChannelOverride::mono: return 1;
+                    case ChannelOverride::stereo: return 2;
+                    case ChannelOverride::automatic: break;
+                    }
+                    return detectedChannels;
+                }};
+            NamingObserver observer(names, i);
+            return bounceFile(item, settings, observer);
+        },
+        [&](std::size_t i, const BounceResult& result) {
+            if (!result.ok)
+                status = 1;
+            if (progress)
+                drawProgress(paths.size(), paths.size()); // clear the bar before printing over it
+            out << (options.common.json ? jsonLine(paths[i], result) : plainLine(paths[i], width, result)) << '\n';
+            out.flush();
+            if (progress && i + 1 < paths.size())
+                drawProgress(i + 1, paths.size());
+        });
+    return status;
+}
+
+} // namespace quorvel::cli

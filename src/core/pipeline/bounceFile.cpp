@@ -1,0 +1,152 @@
+#include "core/pipeline/bounceFile.hpp"
+#include "core/detection/detectBestFormat.hpp"
+#include "core/detection/smoothness.hpp"
+#include "core/io/MappedFile.hpp"
+#include "core/pipeline/convertOneNative.hpp"
+#include "core/pipeline/outputNaming.hpp"
+
+namespace quorvel {
+
+namespace {
+
+constexpr double kStaticBelow = 0.2;
+constexpr double kCorrectionAtLeast = 0.4;
+
+std::string channelName(std::int64_t channels) { return channels == 1 ? "mono" : "stereo"; }
+
+// "16-bit big-endian  (s16be)" without its identifier.
+std::string bareDescription(SourceFormat format)
+{
+    std::string text{format.longText()};
+    const std::string suffix = "  (" + std::string(format.rawValue()) + ")";
+    if (text.ends_with(suffix))
+        text.resize(text.size() - suffix.size());
+    return text;
+}
+
+bool isSpace(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+
+// Continuation bytes, combining marks, joiners and variation selectors belong to the
+// character before them, so a cut never splits what a reader sees as one character.
+bool extendsPrevious(std::string_view text, std::size_t i)
+{
+    const auto b = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
+    if ((b(i) & 0xC0) == 0x80)
+        return true;
+    if (b(i) == 0xCC || (b(i) == 0xCD && i + 1 < text.size() && b(i + 1) < 0xB0))
+        return true; // U+0300–U+036F combining diacritics
+    if (b(i) == 0xE2 && i + 2 < text.size() && b(i + 1) == 0x80 && b(i + 2) == 0x8D)
+        return true; // U+200D zero-width joiner
+    if (i > 0 && b(i - 1) == 0x8D && i >= 3 && b(i - 3) == 0xE2 && b(i - 2) == 0x80)
+        return true; // the character after a joiner
+    if (b(i) == 0xEF && i + 2 < text.size() && b(i + 1) == 0xB8 && b(i + 2) >= 0x80 && b(i + 2) <= 0x8F)
+        return true; // U+FE00–U+FE0F variation selectors
+    return false;
+}
+
+std::string firstCharacters(std::string_view text, std::size_t count)
+{
+    std::size_t seen = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (extendsPrevious(text, i))
+            continue;
+        if (seen == count)
+            return std::string(text.substr(0, i));
+        ++seen;
+    }
+    return std::string(text);
+}
+
+} // namespace
+
+std::filesystem::path BounceObserver::chooseOutput(const std::filesystem::path& dir, const std::string& base,
+                                                   std::int64_t rate, std::int64_t depth, std::int64_t channels)
+{
+    return uniqueOutput(dir, base, rate, depth, channels);
+}
+
+std::string analysisLine(bool autoCorrected, SourceFormat format, std::int64_t sourceChannels, std::int64_t sourceRate)
+{
+    return (autoCorrected ? "Auto-corrected · " : "Heard ") + bareDescription(format) + " · " +
+           channelName(sourceChannels) + " · " + khz(sourceRate);
+}
+
+std::string printingTitle(const BounceSettings& settings, std::int64_t outputChannels)
+{
+    if (settings.normalize)
+        return "Printing + matching to −14 LUFS…";
+    return "Printing to " + khz(settings.targetRate) + " / " + std::to_string(settings.depth) + "-bit " +
+           channelName(outputChannels) + "…";
+}
+
+std::string chokedStatus(const std::string& error)
+{
+    std::size_t first = 0, last = error.size();
+    while (first < last && isSpace(static_cast<unsigned char>(error[first])))
+        ++first;
+    while (last > first && isSpace(static_cast<unsigned char>(error[last - 1])))
+        --last;
+    if (first == last)
+        return "Choked";
+    return "Choked: " + firstCharacters(std::string_view(error).substr(first, last - first), 80);
+}
+
+BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer)
+{
+    BounceResult result;
+    result.format = settings.sourceFormat.fixedFormat().value_or(item.detectedFormat());
+
+    const MappedFile file = MappedFile::open(item.path);
+    if (!file.ok()) {
+        result.status = "Couldn't read the file";
+        result.reason = file.error();
+        return result;
+    }
+    const ByteView data = file.bytes();
+
+    double score = smoothness(data, result.format);
+    if (score < kStaticBelow) {
+        const FormatScores scores = candidateScores(data, smoothness);
+        const SourceFormat best = bestCandidate(scores);
+        const double bestScore = scores[best.index()];
+        if (best != result.format && bestScore >= kCorrectionAtLeast) {
+            result.format = best;
+            result.autoCorrected = true;
+            score = bestScore;
+            observer.corrected(best);
+        }
+    }
+    result.sourceChannels = item.sourceChannels();
+    // Interleaved neighbours belong to different channels, so valid wide stereo can score
+    // low here; judge it channel by channel before calling it static.
+    if (score < kStaticBelow && !(result.sourceChannels == 2 && channelSmoothness(data, result.format) >= kCorrectionAtLeast)) {
+        result.status = "Reads as static — try another source format in Advanced";
+        result.reason = "the data reads as noise in every encoding";
+        return result;
+    }
+
+    observer.analysed(analysisLine(result.autoCorrected, result.format, result.sourceChannels, settings.sourceRate));
+    result.analysed = true;
+
+    result.outputChannels = settings.channels == TargetChannels::stereo ? 2
+                            : settings.channels == TargetChannels::mono ? 1
+                                                                        : result.sourceChannels;
+    observer.printing(printingTitle(settings, result.outputChannels));
+
+    const std::filesystem::path to = observer.chooseOutput(settings.outputFolder, item.path.stem().string(),
+                                                           settings.targetRate, settings.depth, result.outputChannels);
+    const ConversionResult converted =
+        convertOneNative(data, to, result.format, settings.sourceRate, result.sourceChannels, settings.targetRate,
+                         result.outputChannels, settings.depth, settings.normalize);
+    result.ok = converted.ok;
+    if (converted.ok) {
+        result.output = converted.written;
+        result.status = "Bounced → " + converted.written.filename().string();
+    } else {
+        result.status = chokedStatus(converted.error);
+        result.reason = converted.error;
+    }
+    return result;
+}
+
+} // namespace quorvel

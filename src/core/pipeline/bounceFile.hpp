@@ -1,0 +1,69 @@
+#pragma once
+
+#include "core/formats/OutputOptions.hpp"
+#include "core/formats/SourceFormat.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace quorvel {
+
+// The run's settings, fixed when it starts.
+struct BounceSettings {
+    SourceFormatChoice sourceFormat = SourceFormatChoice::automatic();
+    std::int64_t sourceRate = 44100;
+    std::int64_t targetRate = 48000;
+    std::int64_t depth = 24;
+    TargetChannels channels = TargetChannels::stereo;
+    bool normalize = false;
+    std::filesystem::path outputFolder;
+};
+
+// One queued file. Its fields are read through these at the moment the run needs them,
+// since the user may change them until then.
+struct BounceItem {
+    std::filesystem::path path;
+    std::function<SourceFormat()> detectedFormat;
+    std::function<std::int64_t()> sourceChannels;
+};
+
+// Sees each step of a file's bounce as it happens, on the converting thread.
+class BounceObserver {
+public:
+    virtual ~BounceObserver() = default;
+    // The data read as static and another encoding was taken; the item should show it.
+    virtual void corrected(SourceFormat) {}
+    // "Heard 16-bit big-endian · stereo · 44.1 kHz"; a batch pauses here.
+    virtual void analysed(const std::string& /*line*/) {}
+    // "Printing to 48 kHz / 24-bit stereo…", just before the conversion.
+    virtual void printing(const std::string& /*title*/) {}
+    // Where the file should go; by default the first free name in the output folder.
+    virtual std::filesystem::path chooseOutput(const std::filesystem::path& dir, const std::string& base,
+                                               std::int64_t rate, std::int64_t depth, std::int64_t channels);
+};
+
+struct BounceResult {
+    bool ok = false;
+    bool analysed = false;           // false when it failed before its analysis line (no pause after)
+    std::string status;              // "Bounced → …", "Choked: …", "Couldn't read the file", "Reads as static — …"
+    std::string reason;              // why it failed, for tools that report more than the status
+    std::filesystem::path output;
+    SourceFormat format = SourceFormat::s16be;
+    std::int64_t sourceChannels = 0;
+    std::int64_t outputChannels = 0;
+    bool autoCorrected = false;
+};
+
+// The per-file work of a batch run: the encoding in use and its auto-correction, the
+// static check, channel counts, the analysis line, the output name and the conversion.
+BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer);
+
+// "Heard " or "Auto-corrected · " + "16-bit big-endian · stereo · 44.1 kHz".
+std::string analysisLine(bool autoCorrected, SourceFormat format, std::int64_t sourceChannels, std::int64_t sourceRate);
+std::string printingTitle(const BounceSettings& settings, std::int64_t outputChannels);
+// "Choked" or "Choked: " + the error trimmed and cut to 80 characters.
+std::string chokedStatus(const std::string& error);
+
+} // namespace quorvel

@@ -1,0 +1,36 @@
+#include "core/pipeline/decodeToBuffer.hpp"
+
+#include <algorithm>
+
+namespace quorvel {
+
+PcmBufferPtr decodeToBuffer(ByteView data, SourceFormat format, std::int64_t sampleRate, std::int64_t channels,
+                            std::optional<std::int64_t> maxFrames)
+{
+    if (channels < 1)
+        return nullptr;
+    const std::int64_t bps = format.bytesPerSample();
+    const std::int64_t totalFrames = static_cast<std::int64_t>(data.size()) / bps / channels;
+    const std::int64_t frames = maxFrames ? std::min(totalFrames, *maxFrames) : totalFrames;
+    if (frames < 1)
+        return nullptr;
+
+    PcmBufferPtr buffer = PcmBuffer::make(static_cast<double>(sampleRate), channels, frames);
+    if (!buffer)
+        return nullptr;
+    buffer->setFrameLength(frames);
+
+    const float scale = bps == 2 ? 1.0f / 32768.0f : 1.0f / 8388608.0f;
+    withFormat(format, [&](auto f) {
+        for (std::int64_t c = 0; c < channels; ++c) {
+            float* out = buffer->channel(c);
+            const std::uint8_t* in = data.data() + c * bps;
+            const std::int64_t stride = channels * bps;
+            for (std::int64_t i = 0; i < frames; ++i, in += stride)
+                out[i] = static_cast<float>(decodeAt<decltype(f)::value>(in)) * scale;
+        }
+    });
+    return buffer;
+}
+
+} // namespace quorvel

@@ -1,0 +1,139 @@
+#include "core/pipeline/resample.hpp"
+
+#include <soxr.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <thread>
+#include <vector>
+
+namespace quorvel {
+
+namespace {
+
+constexpr std::int64_t kBlockFrames = 1 << 16;
+
+// One libsoxr stream over a single channel. Channels are independent, so one stream per
+// channel gives the same audio as one multi-channel stream, and lets them run in parallel.
+class Soxr {
+public:
+    Soxr(double fromRate, double toRate)
+    {
+        const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
+        const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_VHQ, 0);
+        const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
+        soxr_error_t error = nullptr;
+        soxr_ = soxr_create(fromRate, toRate, 1, &error, &io, &quality, &runtime);
+        if (error) {
+            soxr_delete(soxr_);
+            soxr_ = nullptr;
+        }
+    }
+    ~Soxr() { soxr_delete(soxr_); }
+    Soxr(const Soxr&) = delete;
+    Soxr& operator=(const Soxr&) = delete;
+
+    explicit operator bool() const { return soxr_ != nullptr; }
+
+    // Streams `frames` input samples through, flushes, and hands the output to
+    // emit(where, room) → where the next at most `room` frames go, and
+    // landed(count) → how many arrived there. Stops at `wanted` frames: a flush may offer
+    // one more than the exact length. False on a resampler error.
+    template <class Emit, class Landed>
+    bool run(const float* in, std::int64_t frames, std::int64_t wanted, Emit emit, Landed landed)
+    {
+        std::int64_t fed = 0, made = 0;
+        bool flushing = frames == 0;
+        while (made < wanted) {
+            const std::int64_t room = std::min(kBlockFrames, wanted - made);
+            const std::size_t inFrames = flushing ? 0 : static_cast<std::size_t>(std::min(kBlockFrames, frames - fed));
+            std::size_t taken = 0, written = 0;
+            const soxr_error_t error = soxr_process(soxr_, flushing ? nullptr : in + fed, inFrames,
+                                                    flushing ? nullptr : &taken, emit(room),
+                                                    static_cast<std::size_t>(room), &written);
+            if (error)
+                return false;
+            fed += static_cast<std::int64_t>(taken);
+            made += static_cast<std::int64_t>(written);
+            landed(static_cast<std::int64_t>(written));
+            if (flushing && written == 0)
+                break; // the resampler has nothing more to give
+            flushing = fed >= frames;
+        }
+        return true;
+    }
+
+private:
+    soxr_t soxr_ = nullptr;
+};
+
+// Runs perChannel(c) for every channel, each on a thread of its own but the first, which
+// runs on the caller's; true when all succeeded.
+template <class PerChannel>
+bool forEachChannel(std::int64_t channels, PerChannel perChannel)
+{
+    std::atomic<bool> ok{true};
+    {
+        std::vector<std::jthread> others;
+        for (std::int64_t c = 1; c < channels; ++c)
+            others.emplace_back([&, c] {
+                if (!perChannel(c))
+                    ok = false;
+            });
+        if (!perChannel(0))
+            ok = false;
+    }
+    return ok;
+}
+
+} // namespace
+
+std::int64_t resampledLength(std::int64_t frames, double fromRate, std::int64_t toRate)
+{
+    return static_cast<std::int64_t>(std::floor(static_cast<double>(toRate) / fromRate * static_cast<double>(frames)));
+}
+
+PcmBufferPtr resample(const PcmBufferPtr& buffer, std::int64_t toRate)
+{
+    if (!buffer)
+        return nullptr;
+    if (std::llround(buffer->sampleRate()) == toRate)
+        return buffer;
+
+    const std::int64_t wanted = resampledLength(buffer->frameLength(), buffer->sampleRate(), toRate);
+    PcmBufferPtr out = PcmBuffer::make(static_cast<double>(toRate), buffer->channelCount(), wanted);
+    if (!out)
+        return nullptr;
+
+    std::vector<std::int64_t> made(static_cast<std::size_t>(buffer->channelCount()), 0);
+    const bool ok = forEachChannel(buffer->channelCount(), [&](std::int64_t c) {
+        Soxr soxr(buffer->sampleRate(), static_cast<double>(toRate));
+        std::int64_t& count = made[static_cast<std::size_t>(c)];
+        return soxr && soxr.run(
+                           buffer->channel(c), buffer->frameLength(), wanted,
+                           [&](std::int64_t) { return out->channel(c) + count; },
+                           [&](std::int64_t written) { count += written; });
+    });
+    if (!ok)
+        return nullptr;
+    out->setFrameLength(*std::min_element(made.begin(), made.end()));
+    return out;
+}
+
+bool resampleInBlocks(const PcmBuffer& buffer, std::int64_t toRate, const ResampledBlockSink& sink)
+{
+    const std::int64_t wanted = resampledLength(buffer.frameLength(), buffer.sampleRate(), toRate);
+    return forEachChannel(buffer.channelCount(), [&](std::int64_t c) {
+        Soxr soxr(buffer.sampleRate(), static_cast<double>(toRate));
+        std::vector<float> block(kBlockFrames);
+        return soxr && soxr.run(
+                           buffer.channel(c), buffer.frameLength(), wanted, [&](std::int64_t) { return block.data(); },
+                           [&](std::int64_t written) {
+                               if (written > 0)
+                                   sink(c, block.data(), written);
+                           });
+    });
+}
+
+} // namespace quorvel

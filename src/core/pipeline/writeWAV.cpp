@@ -1,0 +1,116 @@
+#include "core/pipeline/writeWAV.hpp"
+#include "core/io/PartialFile.hpp"
+#include "core/pipeline/outputNaming.hpp"
+
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace quorvel {
+
+namespace {
+
+constexpr std::int64_t kBlockFrames = 1 << 15;
+constexpr std::int64_t kWavDataLimit = 0xFFFFFFFFLL - 1024; // RIFF sizes are 32-bit; leave room for the header
+
+struct SndfileCloser {
+    void operator()(SNDFILE* file) const { sf_close(file); }
+};
+
+// Round to nearest and saturate. Exact for integer-derived input: the scale is a power of
+// two, and at 16 and 24 bits every value involved is exact in single precision.
+template <int Depth>
+inline std::int32_t quantise(float sample)
+{
+    if constexpr (Depth == 32) {
+        const double v = std::nearbyint(static_cast<double>(sample) * 2147483648.0);
+        if (!(v == v))
+            return 0; // NaN
+        return static_cast<std::int32_t>(std::clamp(v, -2147483648.0, 2147483647.0));
+    } else {
+        constexpr float full = static_cast<float>(1 << (Depth - 1));
+        const float v = sample * full;
+        const float sane = v == v ? v : 0.0f; // NaN is silence; written as a select, not a branch
+        return static_cast<std::int32_t>(std::lrintf(std::clamp(sane, -full, full - 1.0f)));
+    }
+}
+
+// One block of frames as interleaved little-endian bytes, ready for the data chunk.
+template <int Depth>
+void packBlock(const PcmBuffer& buffer, std::int64_t start, std::int64_t count, std::uint8_t* out)
+{
+    constexpr int bytes = Depth / 8;
+    const std::int64_t channels = buffer.channelCount();
+    for (std::int64_t c = 0; c < channels; ++c) {
+        const float* in = buffer.channel(c) + start;
+        std::uint8_t* o = out + c * bytes;
+        for (std::int64_t i = 0; i < count; ++i, o += channels * bytes) {
+            const auto v = static_cast<std::uint32_t>(quantise<Depth>(in[i]));
+            for (int b = 0; b < bytes; ++b)
+                o[b] = static_cast<std::uint8_t>(v >> (8 * b));
+        }
+    }
+}
+
+int subformat(std::int64_t depth)
+{
+    switch (depth) {
+    case 16: return SF_FORMAT_PCM_16;
+    case 24: return SF_FORMAT_PCM_24;
+    case 32: return SF_FORMAT_PCM_32;
+    }
+    throw WriteError("unsupported bit depth " + std::to_string(depth));
+}
+
+} // namespace
+
+std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::path& to, std::int64_t bitDepth)
+{
+    const std::int64_t channels = buffer.channelCount();
+    const std::int64_t frames = buffer.frameLength();
+    const std::int64_t dataBytes = frames * channels * (bitDepth / 8);
+
+    SF_INFO info{};
+    info.samplerate = static_cast<int>(std::llround(buffer.sampleRate()));
+    info.channels = static_cast<int>(channels);
+    info.format = (dataBytes > kWavDataLimit ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | subformat(bitDepth);
+
+    PartialFile partial = PartialFile::create(to);
+    if (partial.fd() < 0)
+        throw WriteError("couldn't create a file in " + to.parent_path().string() + ": " + partial.error());
+
+    {
+        std::unique_ptr<SNDFILE, SndfileCloser> file(sf_open_fd(partial.fd(), SFM_WRITE, &info, SF_FALSE));
+        if (!file)
+            throw WriteError(std::string("couldn't start the WAV file: ") + sf_strerror(nullptr));
+
+        // libsndfile writes the container; the samples go in as bytes we packed ourselves,
+        // so its own float scaling never touches them.
+        const std::int64_t frameBytes = channels * (bitDepth / 8);
+        std::vector<std::uint8_t> block(static_cast<std::size_t>(kBlockFrames * frameBytes));
+        for (std::int64_t start = 0; start < frames; start += kBlockFrames) {
+            const std::int64_t count = std::min(kBlockFrames, frames - start);
+            switch (bitDepth) {
+            case 16: packBlock<16>(buffer, start, count, block.data()); break;
+            case 24: packBlock<24>(buffer, start, count, block.data()); break;
+            default: packBlock<32>(buffer, start, count, block.data()); break;
+            }
+            const sf_count_t size = count * frameBytes;
+            if (sf_write_raw(file.get(), block.data(), size) != size)
+                throw WriteError(std::string("couldn't write the file: ") + sf_strerror(file.get()));
+        }
+        // Closing writes the final chunk sizes, which can fail too (a full disk).
+        if (sf_close(file.release()) != 0)
+            throw WriteError(std::string("couldn't finish the file: ") + sf_strerror(nullptr));
+    }
+
+    std::filesystem::path written = partial.publish(to, nextOutputCandidate);
+    if (written.empty())
+        throw WriteError("couldn't put the file in place: " + partial.error());
+    return written;
+}
+
+} // namespace quorvel

@@ -1,0 +1,135 @@
+#include "core/formats/OutputOptions.hpp"
+#include "core/pipeline/decodeToBuffer.hpp"
+#include "core/pipeline/outputNaming.hpp"
+#include "core/pipeline/writeWAV.hpp"
+#include "support/files.hpp"
+#include "support/signals.hpp"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <cmath>
+#include <limits>
+
+using namespace quorvel;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct WavContents {
+    SF_INFO info{};
+    std::vector<std::int32_t> samples; // interleaved, left-aligned in 32 bits as libsndfile reads them
+};
+
+WavContents readBack(const fs::path& path)
+{
+    WavContents wav;
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &wav.info);
+    EXPECT_NE(file, nullptr) << sf_strerror(nullptr);
+    if (!file)
+        return wav;
+    wav.samples.resize(static_cast<std::size_t>(wav.info.frames * wav.info.channels));
+    EXPECT_EQ(sf_readf_int(file, wav.samples.data(), wav.info.frames), wav.info.frames);
+    sf_close(file);
+    return wav;
+}
+
+PcmBufferPtr floats(std::vector<float> values)
+{
+    auto buffer = PcmBuffer::make(48000, 1, static_cast<std::int64_t>(values.size()));
+    buffer->setFrameLength(static_cast<std::int64_t>(values.size()));
+    std::copy(values.begin(), values.end(), buffer->channel(0));
+    return buffer;
+}
+
+} // namespace
+
+TEST(OutputNaming, NamesAndCollisions)
+{
+    test::ScratchDir dir;
+    EXPECT_EQ(uniqueOutput(dir.path(), "take", 44100, 16, 1).filename(), "take_44.1kHz_16bit_mono.wav");
+    EXPECT_EQ(uniqueOutput(dir.path(), "take", 96000, 32, 2).filename(), "take_96kHz_32bit_stereo.wav");
+    EXPECT_EQ(uniqueOutput(dir.path(), "take", 88200, 24, 3).filename(), "take_88.2kHz_24bit_stereo.wav");
+
+    dir.write("x_48kHz_24bit_stereo (2).wav", {});
+    EXPECT_EQ(uniqueOutput(dir.path(), "x", 48000, 24, 2).filename(), "x_48kHz_24bit_stereo.wav");
+    dir.write("x_48kHz_24bit_stereo.wav", {});
+    EXPECT_EQ(uniqueOutput(dir.path(), "x", 48000, 24, 2).filename(), "x_48kHz_24bit_stereo (3).wav");
+    EXPECT_EQ(uniqueOutput(dir.path(), "Kick (2)", 48000, 24, 2).filename(), "Kick (2)_48kHz_24bit_stereo.wav");
+
+    EXPECT_EQ(nextOutputCandidate("/o/x_48kHz_24bit_stereo.wav"), fs::path("/o/x_48kHz_24bit_stereo (2).wav"));
+    EXPECT_EQ(nextOutputCandidate("/o/x_48kHz_24bit_stereo (9).wav"), fs::path("/o/x_48kHz_24bit_stereo (10).wav"));
+
+    EXPECT_EQ(khz(22050), "22.1 kHz");
+    EXPECT_EQ(khz(11025), "11.0 kHz");
+    EXPECT_EQ(khz(96000), "96 kHz");
+}
+
+TEST(WriteWAV, IntegerSourcesRoundTripBitExact)
+{
+    test::ScratchDir dir;
+    for (int depth : {16, 24}) {
+        const SourceFormat format = depth == 16 ? SourceFormat::s16le : SourceFormat::s24be;
+        const std::int32_t full = depth == 16 ? 32768 : 8388608;
+        std::vector<std::int32_t> samples = test::sine(1000, 37, full * 0.9);
+        samples.insert(samples.end(), {-full, full - 1, 0, -1, 1});
+        const auto buffer = decodeToBuffer(test::encode(samples, format), format, 44100, 1);
+        const fs::path written = writeWAV(*buffer, dir / ("rt" + std::to_string(depth) + ".wav"), depth);
+
+        const WavContents wav = readBack(written);
+        EXPECT_EQ(wav.info.format, SF_FORMAT_WAV | (depth == 16 ? SF_FORMAT_PCM_16 : SF_FORMAT_PCM_24));
+        EXPECT_EQ(wav.info.samplerate, 44100);
+        ASSERT_EQ(wav.samples.size(), samples.size());
+        for (std::size_t i = 0; i < samples.size(); ++i)
+            ASSERT_EQ(wav.samples[i] >> (32 - depth), samples[i]) << depth << "-bit sample " << i;
+    }
+
+    // A 16-bit file's data chunk is the little-endian source bytes themselves.
+    const auto source = test::encode(test::sine(500, 21, 30000), SourceFormat::s16le);
+    const auto written = writeWAV(*decodeToBuffer(source, SourceFormat::s16le, 44100, 1), dir / "raw.wav", 16);
+    const std::string file = test::slurp(written);
+    EXPECT_EQ(file.substr(file.size() - source.size()), std::string(source.begin(), source.end()));
+}
+
+TEST(WriteWAV, SaturatesAndWrites32BitIntegers)
+{
+    test::ScratchDir dir;
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const auto buffer = floats({1.0f, -1.0f, 1.5f, -3.0f, 0.5f, nan});
+
+    const WavContents at16 = readBack(writeWAV(*buffer, dir / "s16.wav", 16));
+    const std::int32_t expected16[] = {32767, -32768, 32767, -32768, 16384, 0};
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(at16.samples[i] >> 16, expected16[i]) << i;
+
+    const WavContents at32 = readBack(writeWAV(*buffer, dir / "s32.wav", 32));
+    EXPECT_EQ(at32.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_32) << "32-bit is integer PCM, never float";
+    const std::int32_t expected32[] = {2147483647, -2147483647 - 1, 2147483647, -2147483647 - 1, 1073741824, 0};
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(at32.samples[i], expected32[i]) << i;
+}
+
+TEST(WriteWAV, NeverReplacesAndLeavesNoPartialFile)
+{
+    test::ScratchDir dir;
+    const auto buffer = floats({0.25f, -0.25f});
+    const fs::path wanted = dir / "x_48kHz_16bit_mono.wav";
+    dir.write(wanted.filename().string(), {'k', 'e', 'e', 'p'});
+
+    const fs::path written = writeWAV(*buffer, wanted, 16);
+    EXPECT_EQ(written, dir / "x_48kHz_16bit_mono (2).wav");
+    EXPECT_EQ(test::slurp(wanted), "keep");
+    EXPECT_EQ(readBack(written).info.frames, 2);
+
+    try {
+        writeWAV(*buffer, dir / "missing" / "y.wav", 16);
+        ADD_FAILURE() << "writing into a missing folder must fail";
+    } catch (const WriteError& error) {
+        EXPECT_NE(std::string(error.what()).find((dir / "missing").string()), std::string::npos) << error.what();
+        EXPECT_NE(std::string(error.what()).find("No such file or directory"), std::string::npos) << error.what();
+    }
+    std::size_t files = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir.path()))
+        ++files;
+    EXPECT_EQ(files, 2u) << "only the kept file and the new one: no partial file left behind";
+}
