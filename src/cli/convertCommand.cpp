@@ -99,16 +99,20 @@ std::string plainLine(const std::string& path, std::size_t width, const BounceRe
     return line;
 }
 
-// "[##########----------]  12/200" redrawn in place on a terminal.
+// "[##########----------] 12/200" redrawn in place on a terminal; wiped when done is total.
 void drawProgress(std::size_t done, std::size_t total)
 {
     constexpr std::size_t kWidth = 30;
-    const std::size_t filled = total ? done * kWidth / total : kWidth;
-    std::string bar = "\r[" + std::string(filled, '#') + std::string(kWidth - filled, '-') + "] " +
-                      std::to_string(done) + "/" + std::to_string(total);
-    if (done == total)
-        bar = "\r" + std::string(bar.size(), ' ') + "\r";
-    (void)!::write(STDERR_FILENO, bar.data(), bar.size());
+    const std::size_t filled = done * kWidth / total;
+    std::string line = "\r[";
+    line.append(filled, '#').append(kWidth - filled, '-').append("] ");
+    line.append(std::to_string(done)).append("/").append(std::to_string(total));
+    if (done == total) {
+        line.assign(line.size(), ' ');
+        line.front() = '\r';
+        line.push_back('\r');
+    }
+    (void)!::write(STDERR_FILENO, line.data(), line.size());
 }
 
 } // namespace
