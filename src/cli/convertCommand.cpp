@@ -144,6 +144,8 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     const bool progress = ::isatty(STDERR_FILENO) == 1;
     OrderedNames names;
     int status = 0;
+    if (progress)
+        drawProgress(0, paths.size());
     forEachInOrder(
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
