@@ -92,7 +92,7 @@ std::string jsonLine(const std::string& path, const BounceResult& r)
 
 std::string plainLine(const std::string& path, std::size_t width, const BounceResult& r)
 {
-    std::string line = path + std::string(width - displayWidth(path) + 2, ' ') + r.status;
+    std::string line = paddedName(path, width) + r.status;
     // The status texts are short by design; a tool user also wants the cause.
     if (!r.ok && !r.reason.empty() && r.status.find(r.reason) == std::string::npos)
         line += " (" + r.reason + ")";
@@ -137,9 +137,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     std::error_code ignored; // a folder that cannot be made shows up in every file's write error
     fs::create_directories(settings.outputFolder, ignored);
 
-    std::size_t width = 0;
-    for (const std::string& path : paths)
-        width = std::max(width, displayWidth(path));
+    const std::size_t width = nameColumn(paths);
 
     const bool progress = ::isatty(STDERR_FILENO) == 1;
     OrderedNames names;

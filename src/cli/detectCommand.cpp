@@ -31,7 +31,7 @@ std::string jsonLine(const std::string& path, const Detection& outcome)
 
 std::string plainLine(const std::string& path, std::size_t nameWidth, const Detection& outcome)
 {
-    std::string line = path + std::string(nameWidth - displayWidth(path) + 2, ' ');
+    std::string line = paddedName(path, nameWidth);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
         return line + "Unreadable file (" + failed->reason + ")";
     return line + std::get<FileDetection>(outcome).status;
@@ -47,9 +47,7 @@ int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err
         return 1;
     }
 
-    std::size_t nameWidth = 0;
-    for (const std::string& path : paths)
-        nameWidth = std::max(nameWidth, displayWidth(path));
+    const std::size_t nameWidth = nameColumn(paths);
 
     int status = 0;
     forEachInOrder(

@@ -27,10 +27,25 @@ Detection detectPath(const std::string& path, SourceFormatChoice choice)
     return detectFile(file.bytes(), choice);
 }
 
+namespace {
 std::size_t displayWidth(std::string_view text)
 {
     return static_cast<std::size_t>(
         std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+} // namespace
+
+std::size_t nameColumn(const std::vector<std::string>& paths)
+{
+    std::size_t column = 0;
+    for (const std::string& path : paths)
+        column = std::max(column, displayWidth(path));
+    return column;
+}
+
+std::string paddedName(const std::string& path, std::size_t column)
+{
+    return path + std::string(column - displayWidth(path) + 2, ' ');
 }
 
 } // namespace quorvel::cli

@@ -19,7 +19,9 @@ using Detection = std::variant<FileDetection, Unreadable>;
 // Detection of one queued file, read memory-mapped, as the app runs it on arrival.
 Detection detectPath(const std::string& path, SourceFormatChoice choice);
 
-// Width in characters of UTF-8 text, for lining up columns.
-std::size_t displayWidth(std::string_view text);
+// The widest path of the list, in characters, and a path padded to that column plus two
+// spaces, so status texts line up.
+std::size_t nameColumn(const std::vector<std::string>& paths);
+std::string paddedName(const std::string& path, std::size_t column);
 
 } // namespace quorvel::cli
