@@ -3,7 +3,6 @@
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
 
-#include <algorithm>
 
 namespace quorvel::cli {
 
