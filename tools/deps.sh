@@ -3,7 +3,7 @@
 # Usage: tools/deps.sh [extra packages...]
 set -euo pipefail
 
-packages=(cmake ninja-build g++ pkg-config qt6-base-dev libgtest-dev libbenchmark-dev libsoxr-dev libsndfile1-dev "$@")
+packages=(cmake ninja-build g++ pkg-config qt6-base-dev qt6-multimedia-dev libgtest-dev libbenchmark-dev libsoxr-dev libsndfile1-dev "$@")
 
 missing=()
 for p in "${packages[@]}"; do

@@ -28,6 +28,10 @@ public:
     std::filesystem::path publish(std::filesystem::path target,
                                   const std::function<std::filesystem::path(const std::filesystem::path&)>& next);
 
+    // Closes the file and moves it to `target`, replacing what is there: for scratch files
+    // such as audition excerpts. False with error() set when it cannot.
+    bool publishReplacing(const std::filesystem::path& target);
+
 private:
     PartialFile() = default;
     void closeFd();

@@ -83,4 +83,15 @@ std::filesystem::path PartialFile::publish(
     }
 }
 
+bool PartialFile::publishReplacing(const std::filesystem::path& target)
+{
+    closeFd();
+    if (::rename(path_.c_str(), target.c_str()) != 0) {
+        error_ = lastError();
+        return false;
+    }
+    path_.clear();
+    return true;
+}
+
 } // namespace quorvel

@@ -67,7 +67,8 @@ int subformat(std::int64_t depth)
 
 } // namespace
 
-std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::path& to, std::int64_t bitDepth)
+std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::path& to, std::int64_t bitDepth,
+                               ExistingFile existing)
 {
     const std::int64_t channels = buffer.channelCount();
     const std::int64_t frames = buffer.frameLength();
@@ -107,6 +108,11 @@ std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::p
             throw WriteError(std::string("couldn't finish the file: ") + sf_strerror(nullptr));
     }
 
+    if (existing == ExistingFile::replace) {
+        if (!partial.publishReplacing(to))
+            throw WriteError("couldn't put the file in place: " + partial.error());
+        return to;
+    }
     std::filesystem::path written = partial.publish(to, nextOutputCandidate);
     if (written.empty())
         throw WriteError("couldn't put the file in place: " + partial.error());

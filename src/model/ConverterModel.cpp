@@ -1,0 +1,179 @@
+#include "model/ConverterModel.hpp"
+#include "model/intake.hpp"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+#include <QThreadPool>
+
+namespace quorvel {
+
+namespace {
+template <class T, class Model>
+void assign(Model* model, T& field, const T& value, void (Model::*changed)())
+{
+    if (field == value)
+        return;
+    field = value;
+    emit(model->*changed)();
+}
+} // namespace
+
+ConverterModel& ConverterModel::shared()
+{
+    static ConverterModel model(ModelServices::system());
+    return model;
+}
+
+ConverterModel::ConverterModel(ModelServices services, QObject* parent)
+    : QObject(parent), services_(std::move(services))
+{
+    connect(&items_, &FileListModel::statesChanged, this, [this] {
+        const int pending = pendingCount();
+        if (pending != lastPendingCount_) {
+            lastPendingCount_ = pending;
+            emit pendingCountChanged();
+        }
+    });
+}
+
+ConverterModel::~ConverterModel()
+{
+    // Detection and batch jobs post back to this object; let them finish first. (At process
+    // exit the pool may already be gone.)
+    if (QThreadPool* pool = QThreadPool::globalInstance())
+        pool->waitForDone();
+    takeOver(this);
+}
+
+void ConverterModel::inBackground(std::function<void()> job)
+{
+    handOff(this);
+    QThreadPool::globalInstance()->start([this, job = std::move(job)] {
+        takeOver(this);
+        job();
+        handOff(this);
+    });
+}
+
+int ConverterModel::pendingCount() const
+{
+    return static_cast<int>(std::count_if(queue().begin(), queue().end(),
+                                          [](const FileItemPtr& item) { return item->state() != FileItem::done; }));
+}
+
+std::optional<QUrl> ConverterModel::defaultOutDir() const
+{
+    if (queue().empty())
+        return std::nullopt;
+    const QFileInfo first(queue().front()->path());
+    return QUrl::fromLocalFile(first.dir().filePath(QString::fromLatin1(defaultFolderName)));
+}
+
+void ConverterModel::setSourceFormatChoice(SourceFormatChoice choice)
+{
+    assign(this, sourceFormatChoice_, choice, &ConverterModel::sourceFormatChoiceChanged);
+}
+void ConverterModel::setSourceRate(SourceRate rate) { assign(this, sourceRate_, rate, &ConverterModel::sourceRateChanged); }
+void ConverterModel::setTargetRate(TargetRate rate) { assign(this, targetRate_, rate, &ConverterModel::targetRateChanged); }
+void ConverterModel::setTargetDepth(TargetDepth depth) { assign(this, targetDepth_, depth, &ConverterModel::targetDepthChanged); }
+void ConverterModel::setTargetChannels(TargetChannels channels)
+{
+    assign(this, targetChannels_, channels, &ConverterModel::targetChannelsChanged);
+}
+void ConverterModel::setNormalizeLoudness(bool on) { assign(this, normalizeLoudness_, on, &ConverterModel::normalizeLoudnessChanged); }
+void ConverterModel::setOutputFolder(const QUrl& folder) { assign(this, outputFolder_, folder, &ConverterModel::outputFolderChanged); }
+void ConverterModel::setShowAdvanced(bool on) { assign(this, showAdvanced_, on, &ConverterModel::showAdvancedChanged); }
+void ConverterModel::setIsConverting(bool on) { assign(this, isConverting_, on, &ConverterModel::isConvertingChanged); }
+void ConverterModel::setOverallProgress(double p) { assign(this, overallProgress_, p, &ConverterModel::overallProgressChanged); }
+void ConverterModel::setStatusLine(const QString& text) { assign(this, statusLine_, text, &ConverterModel::statusLineChanged); }
+void ConverterModel::setShowOverlay(bool on) { assign(this, showOverlay_, on, &ConverterModel::showOverlayChanged); }
+void ConverterModel::setPhaseTitle(const QString& text) { assign(this, phaseTitle_, text, &ConverterModel::phaseTitleChanged); }
+void ConverterModel::setPhaseDetail(const QString& text) { assign(this, phaseDetail_, text, &ConverterModel::phaseDetailChanged); }
+void ConverterModel::setPhaseDone(bool on) { assign(this, phaseDone_, on, &ConverterModel::phaseDoneChanged); }
+void ConverterModel::setPhaseFailed(bool on) { assign(this, phaseFailed_, on, &ConverterModel::phaseFailedChanged); }
+
+// Settings arrive from the views as ids and raw values; anything not listed is ignored.
+void ConverterModel::setSourceFormatChoiceId(const QString& id)
+{
+    if (const auto choice = SourceFormatChoice::fromId(id.toStdString()))
+        setSourceFormatChoice(*choice);
+}
+void ConverterModel::setSourceRateHz(int hz)
+{
+    if (const auto rate = SourceRate::fromRaw(hz))
+        setSourceRate(*rate);
+}
+void ConverterModel::setTargetRateHz(int hz)
+{
+    if (const auto rate = TargetRate::fromRaw(hz))
+        setTargetRate(*rate);
+}
+void ConverterModel::setTargetDepthBits(int bits)
+{
+    if (const auto depth = TargetDepth::fromRaw(bits))
+        setTargetDepth(*depth);
+}
+void ConverterModel::setTargetChannelsId(const QString& raw)
+{
+    if (const auto channels = TargetChannels::fromRaw(raw.toStdString()))
+        setTargetChannels(*channels);
+}
+
+FileItemPtr ConverterModel::find(const FileItem* item) const
+{
+    const auto found = std::find_if(queue().begin(), queue().end(), [&](const FileItemPtr& p) { return p.get() == item; });
+    return found == queue().end() ? nullptr : *found;
+}
+
+void ConverterModel::addURLs(const QList<QUrl>& urls)
+{
+    QStringList given;
+    for (const QUrl& url : urls)
+        given.append(url.toLocalFile());
+    QSet<QString> queued;
+    for (const FileItemPtr& item : queue())
+        queued.insert(item->path());
+
+    std::vector<FileItemPtr> added;
+    for (const QString& path : collectSd2Paths(given, queued))
+        added.push_back(std::make_shared<FileItem>(QUrl::fromLocalFile(path)));
+    if (added.empty())
+        return;
+    items_.append(added);
+    for (const FileItemPtr& item : added)
+        detect(item);
+}
+
+void ConverterModel::clear()
+{
+    items_.removeIf([](const FileItem&) { return true; });
+    setOverallProgress(0);
+    setStatusLine({});
+}
+
+void ConverterModel::clearCompleted()
+{
+    items_.removeIf([](const FileItem& item) { return item.state() == FileItem::done; });
+}
+
+void ConverterModel::remove(FileItem* item)
+{
+    if (!item)
+        return;
+    const QUuid id = item->id();
+    items_.removeIf([&](const FileItem& candidate) { return candidate.id() == id; });
+}
+
+void ConverterModel::requeue(FileItem* item)
+{
+    const FileItemPtr shared = find(item);
+    if (!shared)
+        return;
+    shared->setState(FileItem::ready);
+    shared->setOutputURL({});
+    shared->setStatus(QStringLiteral("Back in the queue"));
+    detect(shared);
+}
+
+} // namespace quorvel

@@ -1,0 +1,186 @@
+#pragma once
+
+#include "core/formats/OutputOptions.hpp"
+#include "core/formats/SourceFormat.hpp"
+#include "model/FileListModel.hpp"
+#include "model/ModelServices.hpp"
+#include "model/handoff.hpp"
+
+#include <QObject>
+#include <QUrl>
+
+#include <memory>
+#include <optional>
+
+namespace quorvel {
+
+// The application's one model: the queue, the settings, and the progress and status texts
+// the window shows. Everything here runs on the main thread; background work (detection,
+// the batch run, auditions) gets snapshots and posts each change back as its own task.
+class ConverterModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(quorvel::FileListModel* items READ items CONSTANT)
+    Q_PROPERTY(QString sourceFormatChoice READ sourceFormatChoiceId WRITE setSourceFormatChoiceId NOTIFY sourceFormatChoiceChanged)
+    Q_PROPERTY(int sourceRate READ sourceRateHz WRITE setSourceRateHz NOTIFY sourceRateChanged)
+    Q_PROPERTY(int targetRate READ targetRateHz WRITE setTargetRateHz NOTIFY targetRateChanged)
+    Q_PROPERTY(int targetDepth READ targetDepthBits WRITE setTargetDepthBits NOTIFY targetDepthChanged)
+    Q_PROPERTY(QString targetChannels READ targetChannelsId WRITE setTargetChannelsId NOTIFY targetChannelsChanged)
+    Q_PROPERTY(bool normalizeLoudness READ normalizeLoudness WRITE setNormalizeLoudness NOTIFY normalizeLoudnessChanged)
+    Q_PROPERTY(QUrl outputFolder READ outputFolder WRITE setOutputFolder NOTIFY outputFolderChanged)
+    Q_PROPERTY(bool isConverting READ isConverting NOTIFY isConvertingChanged)
+    Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
+    Q_PROPERTY(QString statusLine READ statusLine NOTIFY statusLineChanged)
+    Q_PROPERTY(bool showAdvanced READ showAdvanced WRITE setShowAdvanced NOTIFY showAdvancedChanged)
+    Q_PROPERTY(bool showOverlay READ showOverlay NOTIFY showOverlayChanged)
+    Q_PROPERTY(QString phaseTitle READ phaseTitle NOTIFY phaseTitleChanged)
+    Q_PROPERTY(QString phaseDetail READ phaseDetail NOTIFY phaseDetailChanged)
+    Q_PROPERTY(bool phaseDone READ phaseDone NOTIFY phaseDoneChanged)
+    Q_PROPERTY(bool phaseFailed READ phaseFailed NOTIFY phaseFailedChanged)
+    Q_PROPERTY(int pendingCount READ pendingCount NOTIFY pendingCountChanged)
+    Q_PROPERTY(QUrl defaultOutDir READ defaultOutDirUrl NOTIFY pendingCountChanged)
+
+public:
+    static constexpr const char* defaultFolderName = "_sd2_outputs";
+
+    // The process's model, made on first use with the system's services.
+    static ConverterModel& shared();
+
+    explicit ConverterModel(ModelServices services, QObject* parent = nullptr);
+    ~ConverterModel() override;
+
+    FileListModel* items() { return &items_; }
+    const std::vector<FileItemPtr>& queue() const { return items_.items(); }
+
+    SourceFormatChoice sourceFormatChoice() const { return sourceFormatChoice_; }
+    SourceRate sourceRate() const { return sourceRate_; }
+    TargetRate targetRate() const { return targetRate_; }
+    TargetDepth targetDepth() const { return targetDepth_; }
+    TargetChannels targetChannels() const { return targetChannels_; }
+    bool normalizeLoudness() const { return normalizeLoudness_; }
+    QUrl outputFolder() const { return outputFolder_; }
+    bool isConverting() const { return isConverting_; }
+    double overallProgress() const { return overallProgress_; }
+    QString statusLine() const { return statusLine_; }
+    bool showAdvanced() const { return showAdvanced_; }
+    bool showOverlay() const { return showOverlay_; }
+    QString phaseTitle() const { return phaseTitle_; }
+    QString phaseDetail() const { return phaseDetail_; }
+    bool phaseDone() const { return phaseDone_; }
+    bool phaseFailed() const { return phaseFailed_; }
+    int pendingCount() const;
+    // _sd2_outputs beside the first queued file; none when the queue is empty.
+    std::optional<QUrl> defaultOutDir() const;
+
+    void setSourceFormatChoice(SourceFormatChoice choice);
+    void setSourceRate(SourceRate rate);
+    void setTargetRate(TargetRate rate);
+    void setTargetDepth(TargetDepth depth);
+    void setTargetChannels(TargetChannels channels);
+    void setNormalizeLoudness(bool on);
+    void setOutputFolder(const QUrl& folder);
+    void setShowAdvanced(bool on);
+
+    // Queue intake and editing.
+    Q_INVOKABLE void addURLs(const QList<QUrl>& urls);
+    Q_INVOKABLE void clear();
+    Q_INVOKABLE void clearCompleted();
+    Q_INVOKABLE void remove(quorvel::FileItem* item);
+    Q_INVOKABLE void requeue(quorvel::FileItem* item);
+    // Detection, on the global thread pool; results arrive in completion order.
+    void detect(const FileItemPtr& item);
+    Q_INVOKABLE void redetectAll();
+    // The batch run.
+    Q_INVOKABLE void convertAll();
+    // Audition and reveal.
+    Q_INVOKABLE void preview(quorvel::FileItem* item);
+    Q_INVOKABLE void stopPreview();
+    Q_INVOKABLE void revealOutput();
+
+signals:
+    void sourceFormatChoiceChanged();
+    void sourceRateChanged();
+    void targetRateChanged();
+    void targetDepthChanged();
+    void targetChannelsChanged();
+    void normalizeLoudnessChanged();
+    void outputFolderChanged();
+    void isConvertingChanged();
+    void overallProgressChanged();
+    void statusLineChanged();
+    void showAdvancedChanged();
+    void showOverlayChanged();
+    void phaseTitleChanged();
+    void phaseDetailChanged();
+    void phaseDoneChanged();
+    void phaseFailedChanged();
+    void pendingCountChanged();
+
+private:
+    struct BatchSnapshot;
+    class BatchWorker;
+
+    // QML-facing forms of the settings.
+    QString sourceFormatChoiceId() const { return QString::fromLatin1(sourceFormatChoice_.id()); }
+    void setSourceFormatChoiceId(const QString& id);
+    int sourceRateHz() const { return static_cast<int>(sourceRate_.rawValue()); }
+    void setSourceRateHz(int hz);
+    int targetRateHz() const { return static_cast<int>(targetRate_.rawValue()); }
+    void setTargetRateHz(int hz);
+    int targetDepthBits() const { return static_cast<int>(targetDepth_.rawValue()); }
+    void setTargetDepthBits(int bits);
+    QString targetChannelsId() const { return QString::fromUtf8(targetChannels_.rawValue()); }
+    void setTargetChannelsId(const QString& raw);
+    QUrl defaultOutDirUrl() const { return defaultOutDir().value_or(QUrl()); }
+
+    void setIsConverting(bool on);
+    void setOverallProgress(double progress);
+    void setStatusLine(const QString& text);
+    void setShowOverlay(bool on);
+    void setPhaseTitle(const QString& text);
+    void setPhaseDetail(const QString& text);
+    void setPhaseDone(bool on);
+    void setPhaseFailed(bool on);
+
+    FileItemPtr find(const FileItem* item) const;
+    void runBatch(const BatchSnapshot& snapshot);
+
+    // Runs `change` on the main thread, after everything posted before it.
+    template <class Change>
+    void post(Change change)
+    {
+        handOff(this);
+        QMetaObject::invokeMethod(
+            this,
+            [this, change = std::move(change)]() mutable {
+                takeOver(this);
+                change();
+            },
+            Qt::QueuedConnection);
+    }
+
+    // Runs `job` on the global thread pool.
+    void inBackground(std::function<void()> job);
+
+    ModelServices services_;
+    FileListModel items_;
+    SourceFormatChoice sourceFormatChoice_ = SourceFormatChoice::automatic();
+    SourceRate sourceRate_ = SourceRate::r44100;
+    TargetRate targetRate_ = TargetRate::r48000;
+    TargetDepth targetDepth_ = TargetDepth::d24;
+    TargetChannels targetChannels_ = TargetChannels::stereo;
+    bool normalizeLoudness_ = false;
+    QUrl outputFolder_;
+    bool isConverting_ = false;
+    double overallProgress_ = 0.0;
+    QString statusLine_;
+    bool showAdvanced_ = false;
+    bool showOverlay_ = false;
+    QString phaseTitle_;
+    QString phaseDetail_;
+    bool phaseDone_ = false;
+    bool phaseFailed_ = false;
+    std::unique_ptr<PreviewPlayer> previewSound_;
+    int lastPendingCount_ = 0;
+};
+
+} // namespace quorvel

@@ -1,0 +1,100 @@
+#include "model/FileItem.hpp"
+
+#include <QFileInfo>
+
+namespace quorvel {
+
+FileItem::FileItem(const QUrl& url) : url_(url)
+{
+    for (auto signal : {&FileItem::detectedChannelsChanged, &FileItem::detectedFormatChanged,
+                        &FileItem::confidenceChanged, &FileItem::corrChanged, &FileItem::overrideChoiceChanged,
+                        &FileItem::statusChanged, &FileItem::stateChanged, &FileItem::outputURLChanged})
+        connect(this, signal, this, &FileItem::changed);
+}
+
+QString FileItem::fileName() const { return QFileInfo(url_.path()).fileName(); }
+
+QString FileItem::detectedFormatId() const { return QString::fromLatin1(detectedFormat().rawValue()); }
+
+QString FileItem::overrideChoiceId() const { return QString::fromLatin1(overrideChoice().rawValue()); }
+
+std::int64_t FileItem::sourceChannels() const
+{
+    switch (overrideChoice()) {
+    case ChannelOverride::mono: return 1;
+    case ChannelOverride::stereo: return 2;
+    case ChannelOverride::automatic: break;
+    }
+    return detectedChannels();
+}
+
+SourceFormat FileItem::effectiveFormat(SourceFormatChoice choice) const
+{
+    return choice.fixedFormat().value_or(detectedFormat());
+}
+
+// Each setter stores, then announces, so observers read the new value.
+template <class T, class U>
+static bool store(T& field, const U& value)
+{
+    if (field == value)
+        return false;
+    field = value;
+    return true;
+}
+
+void FileItem::setDetectedChannels(std::int64_t channels)
+{
+    if (detectedChannels_.exchange(channels) != channels)
+        emit detectedChannelsChanged();
+}
+
+void FileItem::setDetectedFormat(SourceFormat format)
+{
+    if (detectedFormat_.exchange(static_cast<std::uint8_t>(format.index())) != format.index())
+        emit detectedFormatChanged();
+}
+
+void FileItem::setConfidence(const QString& confidence)
+{
+    if (store(confidence_, confidence))
+        emit confidenceChanged();
+}
+
+void FileItem::setCorr(double corr)
+{
+    if (store(corr_, corr))
+        emit corrChanged();
+}
+
+void FileItem::setOverrideChoice(ChannelOverride choice)
+{
+    if (overrideChoice_.exchange(static_cast<std::uint8_t>(ChannelOverride::Case(choice))) != ChannelOverride::Case(choice))
+        emit overrideChoiceChanged();
+}
+
+void FileItem::setOverrideChoiceId(const QString& raw)
+{
+    if (const auto choice = ChannelOverride::fromRaw(raw.toStdString()))
+        setOverrideChoice(*choice);
+}
+
+void FileItem::setStatus(const QString& status)
+{
+    if (store(status_, status))
+        emit statusChanged();
+}
+
+void FileItem::setState(State state)
+{
+    if (store(state_, state))
+        emit stateChanged();
+}
+
+void FileItem::setOutputURL(const QUrl& url)
+{
+    if (store(outputURL_, url))
+        emit outputURLChanged();
+}
+
+} // namespace quorvel

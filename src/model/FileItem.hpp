@@ -1,0 +1,98 @@
+#pragma once
+
+#include "core/formats/OutputOptions.hpp"
+#include "core/formats/SourceFormat.hpp"
+
+#include <QObject>
+#include <QUrl>
+#include <QUuid>
+
+#include <atomic>
+#include <cstdint>
+
+namespace quorvel {
+
+// One queued .sd2 file: shared by the queue, the row that shows it and any background job
+// working on it. Published fields are written on the main thread only.
+//
+// The batch worker reads detectedFormat, overrideChoice and detectedChannels from its own
+// thread while the user may change them; those three are held in atomics, so each read
+// is a whole value and never a race. Every other field is main-thread only.
+class FileItem : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString id READ idText CONSTANT)
+    Q_PROPERTY(QUrl url READ url CONSTANT)
+    Q_PROPERTY(QString fileName READ fileName CONSTANT)
+    Q_PROPERTY(qint64 detectedChannels READ detectedChannels NOTIFY detectedChannelsChanged)
+    Q_PROPERTY(QString detectedFormat READ detectedFormatId NOTIFY detectedFormatChanged)
+    Q_PROPERTY(QString confidence READ confidence NOTIFY confidenceChanged)
+    Q_PROPERTY(double corr READ corr NOTIFY corrChanged)
+    Q_PROPERTY(QString overrideChoice READ overrideChoiceId WRITE setOverrideChoiceId NOTIFY overrideChoiceChanged)
+    Q_PROPERTY(QString status READ status NOTIFY statusChanged)
+    Q_PROPERTY(State state READ state NOTIFY stateChanged)
+    Q_PROPERTY(QUrl outputURL READ outputURL NOTIFY outputURLChanged)
+
+public:
+    enum State { ready, working, done, failed };
+    Q_ENUM(State)
+
+    explicit FileItem(const QUrl& url);
+
+    QUuid id() const { return id_; }
+    QString idText() const { return id_.toString(QUuid::WithoutBraces).toUpper(); }
+    QUrl url() const { return url_; }
+    QString path() const { return url_.toLocalFile(); }
+    QString fileName() const;
+
+    std::int64_t detectedChannels() const { return detectedChannels_.load(); }
+    SourceFormat detectedFormat() const { return SourceFormat::allCases()[detectedFormat_.load()]; }
+    QString detectedFormatId() const;
+    QString confidence() const { return confidence_; }
+    double corr() const { return corr_; }
+    ChannelOverride overrideChoice() const { return ChannelOverride::allCases()[overrideChoice_.load()]; }
+    QString overrideChoiceId() const;
+    QString status() const { return status_; }
+    State state() const { return state_; }
+    QUrl outputURL() const { return outputURL_; }
+
+    // 1 for a mono override, 2 for stereo, else what detection found.
+    std::int64_t sourceChannels() const;
+    // The fixed format of a fixed choice, else the detected one.
+    SourceFormat effectiveFormat(SourceFormatChoice choice) const;
+
+    void setDetectedChannels(std::int64_t channels);
+    void setDetectedFormat(SourceFormat format);
+    void setConfidence(const QString& confidence);
+    void setCorr(double corr);
+    void setOverrideChoice(ChannelOverride choice);
+    void setOverrideChoiceId(const QString& raw); // "Auto", "Mono" or "Stereo"; anything else is ignored
+    void setStatus(const QString& status);
+    void setState(State state);
+    void setOutputURL(const QUrl& url);
+
+signals:
+    void detectedChannelsChanged();
+    void detectedFormatChanged();
+    void confidenceChanged();
+    void corrChanged();
+    void overrideChoiceChanged();
+    void statusChanged();
+    void stateChanged();
+    void outputURLChanged();
+    // Any of the above, for the list model's rows.
+    void changed();
+
+private:
+    const QUuid id_ = QUuid::createUuid();
+    const QUrl url_;
+    std::atomic<std::int64_t> detectedChannels_{2};
+    std::atomic<std::uint8_t> detectedFormat_{SourceFormat::s16be};
+    QString confidence_ = QStringLiteral("…");
+    double corr_ = 0.0;
+    std::atomic<std::uint8_t> overrideChoice_{ChannelOverride::automatic};
+    QString status_ = QStringLiteral("Ready");
+    State state_ = ready;
+    QUrl outputURL_;
+};
+
+} // namespace quorvel

@@ -1,0 +1,73 @@
+#include "core/io/MappedFile.hpp"
+#include "core/pipeline/decodeToBuffer.hpp"
+#include "core/pipeline/writeWAV.hpp"
+#include "model/ConverterModel.hpp"
+
+#include <QDir>
+#include <QFile>
+
+namespace quorvel {
+
+namespace {
+constexpr std::int64_t kPreviewSeconds = 4;
+}
+
+void ConverterModel::preview(FileItem* item)
+{
+    if (!item)
+        return;
+    if (previewSound_)
+        previewSound_->stop();
+
+    // The same name for every audition of one item: a new one replaces the last.
+    const QString wav = QDir(QDir::tempPath()).filePath(QStringLiteral("sd2preview_%1.wav").arg(item->idText()));
+    const std::int64_t channels = item->sourceChannels();
+    const SourceFormat format = item->effectiveFormat(sourceFormatChoice_);
+    const std::int64_t rate = sourceRate_.rawValue();
+    const QString source = item->path();
+    const QString name = item->fileName();
+
+    inBackground([=, this] {
+        const MappedFile file = MappedFile::open(QFile::encodeName(source).toStdString());
+        const PcmBufferPtr excerpt =
+            file.ok() ? decodeToBuffer(file.bytes(), format, rate, channels, rate * kPreviewSeconds) : nullptr;
+        bool written = false;
+        if (excerpt) {
+            try {
+                writeWAV(*excerpt, QFile::encodeName(wav).toStdString(), 16, ExistingFile::replace);
+                written = true;
+            } catch (const WriteError&) {
+            }
+        }
+        if (!written) {
+            post([this] { setStatusLine(QStringLiteral("Preview couldn't render.")); });
+            return;
+        }
+        post([=, this] {
+            auto player = services_.makePlayer(wav, [this] { setStatusLine(QStringLiteral("Could not play preview.")); });
+            if (!player) {
+                setStatusLine(QStringLiteral("Could not play preview."));
+                return;
+            }
+            previewSound_ = std::move(player);
+            previewSound_->play();
+            setStatusLine(QStringLiteral("Previewing %1 as %2…").arg(name, channels == 1 ? QStringLiteral("mono") : QStringLiteral("stereo")));
+        });
+    });
+}
+
+void ConverterModel::stopPreview()
+{
+    if (previewSound_)
+        previewSound_->stop();
+    previewSound_.reset();
+}
+
+void ConverterModel::revealOutput()
+{
+    const QUrl folder = outputFolder_.isEmpty() ? defaultOutDir().value_or(QUrl()) : outputFolder_;
+    if (!folder.isEmpty())
+        services_.reveal(folder);
+}
+
+} // namespace quorvel

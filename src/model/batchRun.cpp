@@ -1,0 +1,147 @@
+#include "core/pipeline/bounceFile.hpp"
+#include "model/ConverterModel.hpp"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace quorvel {
+
+// What a run works from, fixed when it starts.
+struct ConverterModel::BatchSnapshot {
+    std::vector<FileItemPtr> pending;
+    BounceSettings settings;
+};
+
+namespace {
+
+constexpr double kBeforeFirstFile = 0.6;
+constexpr double kAfterAnnouncing = 0.3;
+constexpr double kMostAfterResult = 0.25;
+constexpr double kBeforeClosing = 1.9;
+
+double paceFor(std::size_t files) { return files <= 3 ? 0.7 : files <= 12 ? 0.35 : 0.12; }
+
+QString text(const std::string& s) { return QString::fromStdString(s); }
+
+} // namespace
+
+// Turns the steps of one file's bounce into posted changes and pauses.
+class ConverterModel::BatchWorker : public BounceObserver {
+public:
+    BatchWorker(ConverterModel& model, FileItemPtr item, double pace) : model_(model), item_(std::move(item)), pace_(pace) {}
+
+    void corrected(SourceFormat format) override
+    {
+        model_.post([item = item_, format] { item->setDetectedFormat(format); });
+    }
+    void analysed(const std::string& line) override
+    {
+        model_.post([&model = model_, line = text(line)] { model.setPhaseDetail(line); });
+        model_.services_.pause(pace_);
+    }
+    void printing(const std::string& title) override
+    {
+        model_.post([&model = model_, title = text(title)] { model.setPhaseTitle(title); });
+        model_.post([&model = model_, name = item_->fileName()] { model.setPhaseDetail(name); });
+    }
+
+private:
+    ConverterModel& model_;
+    FileItemPtr item_;
+    double pace_;
+};
+
+void ConverterModel::convertAll()
+{
+    if (queue().empty())
+        return;
+    const QString folder = outputFolder_.isEmpty() ? defaultOutDir()->toLocalFile() : outputFolder_.toLocalFile();
+    QDir().mkpath(folder); // a failure shows in every file's write error
+
+    BatchSnapshot snapshot;
+    std::copy_if(queue().begin(), queue().end(), std::back_inserter(snapshot.pending),
+                 [](const FileItemPtr& item) { return item->state() != FileItem::done; });
+    if (snapshot.pending.empty()) {
+        setStatusLine(QStringLiteral("Nothing queued — everything's already bounced."));
+        return;
+    }
+
+    setIsConverting(true);
+    setOverallProgress(0);
+    setStatusLine({});
+    setShowOverlay(true);
+    setPhaseDone(false);
+    setPhaseFailed(false);
+    setPhaseTitle(QStringLiteral("Cueing up the tape…"));
+    setPhaseDetail({});
+
+    snapshot.settings = {sourceFormatChoice_,
+                         sourceRate_.rawValue(),
+                         targetRate_.rawValue(),
+                         targetDepth_.rawValue(),
+                         targetChannels_,
+                         normalizeLoudness_,
+                         QFile::encodeName(folder).toStdString()};
+    inBackground([this, snapshot = std::move(snapshot)] { runBatch(snapshot); });
+}
+
+void ConverterModel::runBatch(const BatchSnapshot& snapshot)
+{
+    const std::size_t n = snapshot.pending.size();
+    const double pace = paceFor(n);
+    int failures = 0;
+    services_.pause(kBeforeFirstFile);
+
+    for (std::size_t i = 0; i < n; ++i) {
+        const FileItemPtr& item = snapshot.pending[i];
+        const double progress = static_cast<double>(i + 1) / static_cast<double>(n);
+        const QString title = n == 1 ? QStringLiteral("Auditioning the source…")
+                                     : QStringLiteral("Auditioning file %1 of %2…").arg(i + 1).arg(n);
+        post([item] { item->setState(FileItem::working); });
+        post([item] { item->setStatus(QStringLiteral("Bouncing…")); });
+        post([this, title] { setPhaseTitle(title); });
+        post([this, name = item->fileName()] { setPhaseDetail(name); });
+        services_.pause(kAfterAnnouncing);
+
+        const BounceItem source{QFile::encodeName(item->path()).toStdString(), [&] { return item->detectedFormat(); },
+                                [&] { return item->sourceChannels(); }};
+        BatchWorker worker(*this, item, pace);
+        const BounceResult result = bounceFile(source, snapshot.settings, worker);
+        if (!result.ok)
+            ++failures;
+
+        post([item, ok = result.ok] { item->setState(ok ? FileItem::done : FileItem::failed); });
+        if (result.ok)
+            post([item, url = QUrl::fromLocalFile(QFile::decodeName(result.output.c_str()))] { item->setOutputURL(url); });
+        post([item, status = text(result.status)] { item->setStatus(status); });
+        post([this, progress] { setOverallProgress(progress); });
+        if (result.analysed)
+            services_.pause(std::min(pace, kMostAfterResult));
+    }
+
+    const QString folderName = QFileInfo(QFile::decodeName(snapshot.settings.outputFolder.c_str())).fileName();
+    post([this] { setPhaseDone(true); });
+    post([this, failed = failures >= 1] { setPhaseFailed(failed); });
+    if (failures >= 1) {
+        post([this, failures] {
+            setPhaseTitle(QStringLiteral("%1 need%2 another look").arg(failures).arg(failures == 1 ? QStringLiteral("s") : QString()));
+        });
+        post([this, folderName] { setPhaseDetail(QStringLiteral("The rest are safe in ") + folderName); });
+        post([this, failures, n] { setStatusLine(QStringLiteral("%1 of %2 flagged — check the bench.").arg(failures).arg(n)); });
+    } else {
+        post([this, n] { setPhaseTitle(QStringLiteral("Bounced %1 — nice work").arg(n)); });
+        post([this, folderName] { setPhaseDetail(QStringLiteral("Filed under ") + folderName); });
+        post([this, n, folderName] {
+            setStatusLine(QStringLiteral("Bounced %1 file%2 → %3")
+                              .arg(QString::number(n), n == 1 ? QString() : QStringLiteral("s"), folderName));
+        });
+    }
+    services_.pause(kBeforeClosing);
+    post([this] { setShowOverlay(false); });
+    post([this] { setIsConverting(false); });
+}
+
+} // namespace quorvel

@@ -1,0 +1,40 @@
+#include "core/detection/detectFile.hpp"
+#include "core/io/MappedFile.hpp"
+#include "model/ConverterModel.hpp"
+
+#include <QFile>
+
+namespace quorvel {
+
+void ConverterModel::detect(const FileItemPtr& item)
+{
+    const SourceFormatChoice choice = sourceFormatChoice_;
+    // The task holds the item, never the model's fields; only the item's url is read off the main thread.
+    inBackground([this, item, choice] {
+        const MappedFile file = MappedFile::open(QFile::encodeName(item->path()).toStdString());
+        if (!file.ok()) {
+            post([item] {
+                item->setStatus(QStringLiteral("Unreadable file"));
+                item->setConfidence(QStringLiteral("—"));
+            });
+            return;
+        }
+        const FileDetection found = detectFile(file.bytes(), choice);
+        post([item, found] {
+            item->setDetectedFormat(found.format.best);
+            item->setDetectedChannels(found.channels.channels);
+            item->setConfidence(QString::fromUtf8(found.channels.confidence));
+            item->setCorr(found.channels.corr);
+            item->setStatus(QString::fromStdString(found.status));
+        });
+    });
+}
+
+void ConverterModel::redetectAll()
+{
+    for (const FileItemPtr& item : queue())
+        if (item->state() != FileItem::working)
+            detect(item);
+}
+
+} // namespace quorvel

@@ -1,0 +1,441 @@
+#include "model/ConverterModel.hpp"
+#include "support/files.hpp"
+#include "support/signals.hpp"
+
+#include <QAbstractItemModelTester>
+#include <QAudioDevice>
+#include <QMediaDevices>
+#include <QSignalSpy>
+#include <QTest>
+#include <QThread>
+#include <QThreadPool>
+
+#include <mutex>
+#include <random>
+#include <sndfile.h>
+
+using namespace quorvel;
+
+namespace {
+
+// Pauses recorded instead of slept, so a 13-file run takes milliseconds.
+struct Pacer {
+    std::mutex mutex;
+    std::vector<double> pauses;
+    void operator()(double seconds)
+    {
+        const std::lock_guard lock(mutex);
+        pauses.push_back(seconds);
+    }
+};
+
+struct FakePlayer : PreviewPlayer {
+    void play() override {}
+    void stop() override {}
+};
+
+// Every published change of the model and its items, in the order the views saw them.
+struct Recorder {
+    QStringList log;
+    void watch(ConverterModel& m)
+    {
+        QObject::connect(&m, &ConverterModel::phaseTitleChanged, [&] { log << "title: " + m.phaseTitle(); });
+        QObject::connect(&m, &ConverterModel::phaseDetailChanged, [&] { log << "detail: " + m.phaseDetail(); });
+        QObject::connect(&m, &ConverterModel::overallProgressChanged, [&] { log << QString("progress: %1").arg(m.overallProgress()); });
+        QObject::connect(&m, &ConverterModel::statusLineChanged, [&] { log << "statusLine: " + m.statusLine(); });
+        QObject::connect(&m, &ConverterModel::isConvertingChanged, [&] { log << QString("converting: %1").arg(m.isConverting()); });
+        QObject::connect(&m, &ConverterModel::showOverlayChanged, [&] { log << QString("overlay: %1").arg(m.showOverlay()); });
+        QObject::connect(&m, &ConverterModel::phaseDoneChanged, [&] { log << QString("done: %1").arg(m.phaseDone()); });
+        QObject::connect(&m, &ConverterModel::phaseFailedChanged, [&] { log << QString("failed: %1").arg(m.phaseFailed()); });
+        for (const FileItemPtr& item : m.queue()) {
+            FileItem* i = item.get();
+            QObject::connect(i, &FileItem::statusChanged, [this, i] { log << i->fileName() + " status: " + i->status(); });
+            QObject::connect(i, &FileItem::stateChanged, [this, i] { log << i->fileName() + QString(" state: %1").arg(i->state()); });
+        }
+    }
+    QStringList matching(const QString& prefix) const { return log.filter(QRegularExpression("^" + QRegularExpression::escape(prefix))); }
+};
+
+std::vector<std::uint8_t> music(SourceFormat format, int seconds = 1)
+{
+    const auto left = test::sine(44100 * seconds, 40, format.bytesPerSample() == 2 ? 9000 : 2000000);
+    const auto right = test::sine(44100 * seconds, 25, format.bytesPerSample() == 2 ? 7000 : 1500000);
+    return test::encode(test::interleave(left, right), format);
+}
+
+std::vector<std::uint8_t> noise()
+{
+    std::mt19937 random(9);
+    std::vector<std::uint8_t> bytes(100000);
+    for (auto& b : bytes)
+        b = static_cast<std::uint8_t>(random());
+    return bytes;
+}
+
+sf_count_t framesIn(const QString& path, int* rate = nullptr)
+{
+    SF_INFO info{};
+    SNDFILE* file = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info);
+    if (!file)
+        return -1;
+    sf_close(file);
+    if (rate)
+        *rate = info.samplerate;
+    return info.frames;
+}
+
+QUrl url(const std::filesystem::path& path) { return QUrl::fromLocalFile(QString::fromStdString(path.string())); }
+
+} // namespace
+
+class ConverterModelTest : public QObject {
+    Q_OBJECT
+
+    test::ScratchDir dir;
+    Pacer pacer;
+    std::unique_ptr<ConverterModel> model;
+    QStringList revealed;
+    bool playerAvailable = true;
+
+    ModelServices services()
+    {
+        ModelServices s;
+        s.pause = std::ref(pacer);
+        s.makePlayer = [this](const QString&, std::function<void()>) -> std::unique_ptr<PreviewPlayer> {
+            return playerAvailable ? std::make_unique<FakePlayer>() : nullptr;
+        };
+        s.reveal = [this](const QUrl& folder) { revealed << folder.toLocalFile(); };
+        return s;
+    }
+
+    void waitForDetection()
+    {
+        QTRY_VERIFY(std::all_of(model->queue().begin(), model->queue().end(),
+                                [](const FileItemPtr& i) { return i->confidence() != QStringLiteral("…"); }));
+    }
+
+    void runBatch()
+    {
+        model->convertAll();
+        QTRY_VERIFY_WITH_TIMEOUT(!model->isConverting(), 20000);
+    }
+
+    // n files of music in one folder, queued and detected.
+    void queueFiles(int n, const std::string& folder = "set")
+    {
+        QList<QUrl> urls;
+        for (int i = 1; i <= n; ++i)
+            urls << url(dir.write(folder + "/take " + std::to_string(i) + ".sd2", music(SourceFormat::s16be)));
+        model->addURLs(urls);
+        waitForDetection();
+    }
+
+private slots:
+    void init()
+    {
+        std::filesystem::remove_all(dir.path());
+        std::filesystem::create_directories(dir.path());
+        pacer.pauses.clear();
+        revealed.clear();
+        playerAvailable = true;
+        model = std::make_unique<ConverterModel>(services());
+        new QAbstractItemModelTester(model->items(), QAbstractItemModelTester::FailureReportingMode::QtTest, model.get());
+    }
+    void cleanup() { model.reset(); }
+
+    void freshModel()
+    {
+        QCOMPARE(model->items()->rowCount(), 0);
+        QCOMPARE(model->pendingCount(), 0);
+        QVERIFY(model->statusLine().isEmpty());
+        QVERIFY(model->sourceFormatChoice().isAuto());
+        QCOMPARE(model->property("sourceRate").toInt(), 44100);
+        QCOMPARE(model->property("targetRate").toInt(), 48000);
+        QCOMPARE(model->property("targetDepth").toInt(), 24);
+        QCOMPARE(model->property("targetChannels").toString(), QStringLiteral("Stereo deliverable"));
+        QVERIFY(!model->normalizeLoudness());
+        QVERIFY(!model->defaultOutDir());
+        QCOMPARE(&ConverterModel::shared(), &ConverterModel::shared());
+    }
+
+    void intakeOrderAndDeduplication()
+    {
+        const auto t10 = dir.write("Take 10.sd2", music(SourceFormat::s16be));
+        const auto t2 = dir.write("take 2.SD2", music(SourceFormat::s16be));
+        const auto t1 = dir.write("Take 1.sd2", music(SourceFormat::s16be));
+        dir.write("b/other.sd2", music(SourceFormat::s16be));
+        QSignalSpy pending(model.get(), &ConverterModel::pendingCountChanged);
+        model->addURLs({url(t10), url(t2), url(t1), url(dir / "notes.wav")});
+        QStringList names;
+        for (const FileItemPtr& item : model->queue())
+            names << item->fileName();
+        QCOMPARE(names, (QStringList{"Take 1.sd2", "take 2.SD2", "Take 10.sd2"}));
+        QCOMPARE(pending.count(), 1);
+        QCOMPARE(model->pendingCount(), 3);
+
+        model->addURLs({url(t1)});
+        QCOMPARE(model->queue().size(), 3u);
+        model->addURLs({url(dir / "b" / "other.sd2"), url(dir / "b")});
+        // given twice in one call, queued twice
+        QCOMPARE(model->queue().size(), 5u);
+        QCOMPARE(model->defaultOutDir()->toLocalFile(), QString::fromStdString((dir / "_sd2_outputs").string()));
+        waitForDetection();
+    }
+
+    void editingTheQueue()
+    {
+        queueFiles(4);
+        const auto& q = model->queue();
+        q[0]->setState(FileItem::done);
+        q[0]->setOutputURL(QUrl::fromLocalFile("/x.wav"));
+        q[1]->setState(FileItem::failed);
+        QCOMPARE(model->pendingCount(), 3);
+
+        model->requeue(q[0].get());
+        QCOMPARE(q[0]->state(), FileItem::ready);
+        QVERIFY(q[0]->outputURL().isEmpty());
+        QCOMPARE(q[0]->status(), QStringLiteral("Back in the queue"));
+        QCOMPARE(model->pendingCount(), 4);
+        QTRY_VERIFY(q[0]->status().startsWith("16-bit BE (auto) · Stereo"));
+
+        q[2]->setState(FileItem::done);
+        const FileItemPtr kept = q[1], last = q[3];
+        model->clearCompleted();
+        QCOMPARE(model->queue().size(), 3u);
+        model->remove(kept.get());
+        QCOMPARE(model->queue().size(), 2u);
+        QCOMPARE(model->queue().back(), last);
+
+        model->setSourceFormatChoice(SourceFormatChoice::fixed(SourceFormat::s24le));
+        model->clear();
+        QVERIFY(model->queue().empty());
+        QCOMPARE(model->overallProgress(), 0.0);
+        QVERIFY(model->statusLine().isEmpty());
+        QCOMPARE(model->property("sourceFormatChoice").toString(), QStringLiteral("s24le"));
+    }
+
+    void detectionResults()
+    {
+        model->addURLs({url(dir.write("a.sd2", music(SourceFormat::s24le))), url(dir / "gone.sd2")});
+        waitForDetection();
+        const FileItemPtr gone = model->queue()[1], a = model->queue()[0];
+        QCOMPARE(gone->status(), QStringLiteral("Unreadable file"));
+        QCOMPARE(gone->confidence(), QStringLiteral("—"));
+        QCOMPARE(gone->state(), FileItem::ready);
+        QCOMPARE(a->status(), QStringLiteral("24-bit LE (auto) · Stereo · confident"));
+        QCOMPARE(a->detectedFormat(), SourceFormat::s24le);
+
+        // A fixed choice drives the label and channel analysis; the detected format stays the best one.
+        model->setSourceFormatChoice(SourceFormatChoice::fixed(SourceFormat::s16be));
+        a->setState(FileItem::working);
+        gone->setStatus("Bouncing…");
+        gone->setState(FileItem::done);
+        model->redetectAll();
+        QTRY_VERIFY(gone->status() == QStringLiteral("Unreadable file"));
+        QTest::qWait(50);
+        // the working item is skipped
+        QCOMPARE(a->status(), QStringLiteral("24-bit LE (auto) · Stereo · confident"));
+        a->setState(FileItem::done);
+        model->redetectAll();
+        QTRY_VERIFY(a->status().startsWith("16-bit BE (set) · "));
+        QCOMPARE(a->detectedFormat(), SourceFormat::s24le);
+        QCOMPARE(a->state(), FileItem::done);
+    }
+
+    void threeFileRunStepByStep()
+    {
+        queueFiles(3);
+        Recorder recorder;
+        recorder.watch(*model);
+        runBatch();
+
+        QCOMPARE(recorder.matching("title: "),
+                 (QStringList{"title: Cueing up the tape…", "title: Auditioning file 1 of 3…",
+                              "title: Printing to 48 kHz / 24-bit stereo…", "title: Auditioning file 2 of 3…",
+                              "title: Printing to 48 kHz / 24-bit stereo…", "title: Auditioning file 3 of 3…",
+                              "title: Printing to 48 kHz / 24-bit stereo…", "title: Bounced 3 — nice work"}));
+        QCOMPARE(recorder.matching("take 2.sd2"),
+                 (QStringList{"take 2.sd2 state: 1", "take 2.sd2 status: Bouncing…", "take 2.sd2 state: 2",
+                              "take 2.sd2 status: Bounced → take 2_48kHz_24bit_stereo.wav"}));
+        QCOMPARE(recorder.matching("detail: ").mid(0, 4),
+                 (QStringList{"detail: take 1.sd2", "detail: Heard 16-bit big-endian · stereo · 44.1 kHz",
+                              "detail: take 1.sd2", "detail: take 2.sd2"}));
+        QCOMPARE(recorder.matching("progress: ").join(','),
+                 QStringLiteral("progress: 0.333333,progress: 0.666667,progress: 1"));
+        QCOMPARE(recorder.log.mid(recorder.log.size() - 7),
+                 (QStringList{"progress: 1", "done: 1", "title: Bounced 3 — nice work", "detail: Filed under _sd2_outputs",
+                              "statusLine: Bounced 3 files → _sd2_outputs", "overlay: 0", "converting: 0"}));
+        QCOMPARE(pacer.pauses, (std::vector<double>{0.6, 0.3, 0.7, 0.25, 0.3, 0.7, 0.25, 0.3, 0.7, 0.25, 1.9}));
+        for (const FileItemPtr& item : model->queue())
+            QCOMPARE(framesIn(item->outputURL().toLocalFile()), sf_count_t{48000});
+        QCOMPARE(model->pendingCount(), 0);
+
+        model->convertAll();
+        QCOMPARE(model->statusLine(), QStringLiteral("Nothing queued — everything's already bounced."));
+        QVERIFY(!model->isConverting());
+    }
+
+    void pacesForRunLengths()
+    {
+        for (int n : {1, 4, 12, 13}) {
+            init();
+            queueFiles(n);
+            runBatch();
+            const double pace = n <= 3 ? 0.7 : n <= 12 ? 0.35 : 0.12;
+            std::vector<double> expected{0.6};
+            for (int i = 0; i < n; ++i)
+                expected.insert(expected.end(), {0.3, pace, std::min(pace, 0.25)});
+            expected.push_back(1.9);
+            QCOMPARE(pacer.pauses, expected);
+            QCOMPARE(model->statusLine(), n == 1 ? QStringLiteral("Bounced 1 file → _sd2_outputs")
+                                                 : QStringLiteral("Bounced %1 files → _sd2_outputs").arg(n));
+            if (n == 1)
+                QCOMPARE(model->phaseTitle(), QStringLiteral("Bounced 1 — nice work"));
+            cleanup();
+        }
+    }
+
+    void failuresAndRetries()
+    {
+        queueFiles(3);
+        const auto hiss = dir.write("set/take 4.sd2", noise());
+        model->addURLs({url(hiss), url(dir / "set" / "take 5.sd2")});
+        waitForDetection();
+        model->queue()[0]->setState(FileItem::done);
+        // A file where the output folder should be: every write fails, with a long error text.
+        const std::string longName(60, 'o');
+        dir.write(longName, {});
+        model->setOutputFolder(url(dir / longName));
+        Recorder recorder;
+        recorder.watch(*model);
+        runBatch();
+
+        const auto& q = model->queue();
+        // a done item is skipped
+        QCOMPARE(q[0]->state(), FileItem::done);
+        QCOMPARE(q[1]->state(), FileItem::failed);
+        QVERIFY2(q[1]->status().startsWith("Choked: couldn't create a file in "), qPrintable(q[1]->status()));
+        QCOMPARE(q[1]->status().size(), 8 + 80);
+        QCOMPARE(q[3]->status(), QStringLiteral("Reads as static — try another source format in Advanced"));
+        QCOMPARE(q[4]->status(), QStringLiteral("Couldn't read the file"));
+        QVERIFY(model->phaseFailed());
+        QCOMPARE(model->phaseTitle(), QStringLiteral("4 need another look"));
+        QCOMPARE(model->phaseDetail(), QStringLiteral("The rest are safe in ") + QString::fromStdString(longName));
+        QCOMPARE(model->statusLine(), QStringLiteral("4 of 4 flagged — check the bench."));
+        // Failures before the analysis line take no pause after them.
+        QCOMPARE(pacer.pauses, (std::vector<double>{0.6, 0.3, 0.35, 0.25, 0.3, 0.35, 0.25, 0.3, 0.3, 1.9}));
+
+        // The next run takes the failed items again.
+        model->setOutputFolder(url(dir / "out"));
+        runBatch();
+        QCOMPARE(q[1]->state(), FileItem::done);
+        QCOMPARE(q[2]->state(), FileItem::done);
+        QCOMPARE(model->phaseTitle(), QStringLiteral("2 need another look"));
+        QCOMPARE(framesIn(q[1]->outputURL().toLocalFile()), sf_count_t{48000});
+    }
+
+    void autoCorrection()
+    {
+        model->addURLs({url(dir.write("tone.sd2", test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be)))});
+        waitForDetection();
+        const FileItemPtr item = model->queue()[0];
+        item->setDetectedFormat(SourceFormat::s16le); // as if detection had guessed wrong
+        Recorder recorder;
+        recorder.watch(*model);
+        runBatch();
+        QVERIFY2(recorder.log.contains("detail: Auto-corrected · 16-bit big-endian · mono · 44.1 kHz"), qPrintable(recorder.log.join('\n')));
+        QCOMPARE(item->detectedFormat(), SourceFormat::s16be);
+        QCOMPARE(item->state(), FileItem::done);
+    }
+
+    // The user keeps changing overrides and the source format while a run reads them:
+    // under ThreadSanitizer this shows the worker's reads are race-free.
+    void editsDuringARun()
+    {
+        ModelServices slow = services();
+        slow.pause = [](double seconds) { QThread::usleep(static_cast<unsigned long>(seconds * 2000)); };
+        model = std::make_unique<ConverterModel>(slow);
+        queueFiles(4);
+        model->convertAll();
+        int flips = 0;
+        while (model->isConverting()) {
+            for (const FileItemPtr& item : model->queue())
+                item->setOverrideChoice(++flips % 2 ? ChannelOverride::stereo : ChannelOverride::automatic);
+            model->setSourceFormatChoice(flips % 3 ? SourceFormatChoice::automatic() : SourceFormatChoice::fixed(SourceFormat::s16be));
+            model->redetectAll();
+            QTest::qWait(1);
+        }
+        QVERIFY(flips > 10);
+        QCOMPARE(model->pendingCount(), 0);
+        waitForDetection();
+    }
+
+    void emptyQueueDoesNothing()
+    {
+        QSignalSpy converting(model.get(), &ConverterModel::isConvertingChanged);
+        model->convertAll();
+        QCOMPARE(converting.count(), 0);
+        QVERIFY(model->statusLine().isEmpty());
+        model->revealOutput();
+        QVERIFY(revealed.isEmpty());
+    }
+
+    void auditionAndReveal()
+    {
+        const auto stereo = dir.write("drums.sd2", music(SourceFormat::s16be, 5));
+        const auto tiny = dir.write("tiny.sd2", {1});
+        model->addURLs({url(stereo), url(tiny), url(dir / "gone.sd2")});
+        waitForDetection();
+        const auto& q = model->queue();
+        const FileItemPtr drums = q[0];
+
+        model->setSourceRate(SourceRate::r22050);
+        model->preview(drums.get());
+        QTRY_COMPARE(model->statusLine(), QStringLiteral("Previewing drums.sd2 as stereo…"));
+        const QString wav = QDir::temp().filePath("sd2preview_" + drums->idText() + ".wav");
+        int rate = 0;
+        QCOMPARE(framesIn(wav, &rate), sf_count_t{88200});
+        QCOMPARE(rate, 22050);
+
+        drums->setOverrideChoice(ChannelOverride::mono);
+        model->setSourceRate(SourceRate::r44100);
+        model->preview(drums.get());
+        QTRY_COMPARE(model->statusLine(), QStringLiteral("Previewing drums.sd2 as mono…"));
+        // same file name, replaced
+        QCOMPARE(framesIn(wav), sf_count_t{44100 * 4});
+
+        for (const FileItemPtr& bad : {q[1], q[2]}) {
+            model->clear();
+            model->preview(bad.get());
+            QTRY_COMPARE(model->statusLine(), QStringLiteral("Preview couldn't render."));
+        }
+        model->clear();
+        playerAvailable = false;
+        model->preview(drums.get());
+        QTRY_COMPARE(model->statusLine(), QStringLiteral("Could not play preview."));
+        model->stopPreview();
+
+        model->addURLs({url(stereo)});
+        model->revealOutput();
+        model->setOutputFolder(url(dir / "chosen"));
+        model->revealOutput();
+        QCOMPARE(revealed, (QStringList{QString::fromStdString((dir / "_sd2_outputs").string()),
+                                        QString::fromStdString((dir / "chosen").string())}));
+        waitForDetection();
+        QFile::remove(wav);
+    }
+
+    // The real player on a machine without sound output must fail gracefully, not hang.
+    void auditionWithoutAudioDevice()
+    {
+        if (!QMediaDevices::audioOutputs().isEmpty())
+            QSKIP("this machine has an audio output");
+        ConverterModel real(ModelServices::system());
+        real.addURLs({url(dir.write("x.sd2", music(SourceFormat::s16be)))});
+        real.preview(real.queue()[0].get());
+        QTRY_COMPARE(real.statusLine(), QStringLiteral("Could not play preview."));
+    }
+};
+
+QTEST_GUILESS_MAIN(ConverterModelTest)
+#include "ConverterModelTest.moc"
