@@ -62,6 +62,12 @@ int ConverterModel::pendingCount() const
                                           [](const FileItemPtr& item) { return item->state() != FileItem::done; }));
 }
 
+QString ConverterModel::outputFolderName() const
+{
+    const QString path = QDir::cleanPath(outputFolderPath());
+    return outputFolder_.isEmpty() ? QString() : QFileInfo(path).fileName().isEmpty() ? path : QFileInfo(path).fileName();
+}
+
 std::optional<QUrl> ConverterModel::defaultOutDir() const
 {
     if (queue().empty())
@@ -118,6 +124,50 @@ void ConverterModel::setTargetChannelsId(const QString& raw)
 {
     if (const auto channels = TargetChannels::fromRaw(raw.toStdString()))
         setTargetChannels(*channels);
+}
+
+namespace {
+QVariantMap option(const QVariant& value, const QString& label) { return {{"value", value}, {"label", label}}; }
+} // namespace
+
+QVariantList ConverterModel::targetRateOptions()
+{
+    QVariantList options;
+    for (TargetRate rate : TargetRate::allCases()) // segments read 44.1, 48, 88.2, 96
+        options << option(int(rate.rawValue()), QString::fromStdString(rate.label()).remove(QStringLiteral(" kHz")));
+    return options;
+}
+
+QVariantList ConverterModel::targetDepthOptions()
+{
+    QVariantList options;
+    for (TargetDepth depth : TargetDepth::allCases())
+        options << option(int(depth.rawValue()), QString::number(depth.rawValue()));
+    return options;
+}
+
+QVariantList ConverterModel::targetChannelsOptions()
+{
+    QVariantList options;
+    for (TargetChannels channels : TargetChannels::allCases())
+        options << option(QString::fromUtf8(channels.rawValue()), QString::fromUtf8(channels.rawValue()));
+    return options;
+}
+
+QVariantList ConverterModel::sourceFormatOptions()
+{
+    QVariantList options;
+    for (SourceFormatChoice choice : SourceFormatChoice::allCases())
+        options << option(QString::fromLatin1(choice.id()), QString::fromStdString(choice.label()));
+    return options;
+}
+
+QVariantList ConverterModel::sourceRateOptions()
+{
+    QVariantList options;
+    for (SourceRate rate : SourceRate::allCases())
+        options << option(int(rate.rawValue()), QString::fromUtf8(rate.label()));
+    return options;
 }
 
 FileItemPtr ConverterModel::find(const FileItem* item) const

@@ -8,6 +8,7 @@
 
 #include <QObject>
 #include <QUrl>
+#include <QVariantList>
 
 #include <memory>
 #include <optional>
@@ -27,6 +28,8 @@ class ConverterModel : public QObject {
     Q_PROPERTY(QString targetChannels READ targetChannelsId WRITE setTargetChannelsId NOTIFY targetChannelsChanged)
     Q_PROPERTY(bool normalizeLoudness READ normalizeLoudness WRITE setNormalizeLoudness NOTIFY normalizeLoudnessChanged)
     Q_PROPERTY(QUrl outputFolder READ outputFolder WRITE setOutputFolder NOTIFY outputFolderChanged)
+    Q_PROPERTY(QString outputFolderName READ outputFolderName NOTIFY outputFolderChanged)
+    Q_PROPERTY(QString outputFolderPath READ outputFolderPath NOTIFY outputFolderChanged)
     Q_PROPERTY(bool isConverting READ isConverting NOTIFY isConvertingChanged)
     Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
     Q_PROPERTY(QString statusLine READ statusLine NOTIFY statusLineChanged)
@@ -38,6 +41,12 @@ class ConverterModel : public QObject {
     Q_PROPERTY(bool phaseFailed READ phaseFailed NOTIFY phaseFailedChanged)
     Q_PROPERTY(int pendingCount READ pendingCount NOTIFY pendingCountChanged)
     Q_PROPERTY(QUrl defaultOutDir READ defaultOutDirUrl NOTIFY pendingCountChanged)
+    // The settings' choices in their fixed order, as {value, label} for the views' pickers.
+    Q_PROPERTY(QVariantList targetRateOptions READ targetRateOptions CONSTANT)
+    Q_PROPERTY(QVariantList targetDepthOptions READ targetDepthOptions CONSTANT)
+    Q_PROPERTY(QVariantList targetChannelsOptions READ targetChannelsOptions CONSTANT)
+    Q_PROPERTY(QVariantList sourceFormatOptions READ sourceFormatOptions CONSTANT)
+    Q_PROPERTY(QVariantList sourceRateOptions READ sourceRateOptions CONSTANT)
 
 public:
     static constexpr const char* defaultFolderName = "_sd2_outputs";
@@ -58,6 +67,8 @@ public:
     TargetChannels targetChannels() const { return targetChannels_; }
     bool normalizeLoudness() const { return normalizeLoudness_; }
     QUrl outputFolder() const { return outputFolder_; }
+    QString outputFolderPath() const { return outputFolder_.toLocalFile(); }
+    QString outputFolderName() const; // last path component; empty when none is chosen
     bool isConverting() const { return isConverting_; }
     double overallProgress() const { return overallProgress_; }
     QString statusLine() const { return statusLine_; }
@@ -131,6 +142,11 @@ private:
     QString targetChannelsId() const { return QString::fromUtf8(targetChannels_.rawValue()); }
     void setTargetChannelsId(const QString& raw);
     QUrl defaultOutDirUrl() const { return defaultOutDir().value_or(QUrl()); }
+    static QVariantList targetRateOptions();
+    static QVariantList targetDepthOptions();
+    static QVariantList targetChannelsOptions();
+    static QVariantList sourceFormatOptions();
+    static QVariantList sourceRateOptions();
 
     void setIsConverting(bool on);
     void setOverallProgress(double progress);

@@ -14,6 +14,18 @@ FileItem::FileItem(const QUrl& url) : url_(url)
 
 QString FileItem::fileName() const { return QFileInfo(url_.path()).fileName(); }
 
+QString FileItem::stateName() const
+{
+    static const QString names[] = {"ready", "working", "done", "failed"};
+    return names[state_];
+}
+
+QStringList FileItem::overrideLabels() const
+{
+    return {detectedChannels() == 1 ? QStringLiteral("Auto (Mono)") : QStringLiteral("Auto (Stereo)"),
+            QStringLiteral("Mono"), QStringLiteral("Stereo")};
+}
+
 QString FileItem::detectedFormatId() const { return QString::fromLatin1(detectedFormat().rawValue()); }
 
 QString FileItem::overrideChoiceId() const { return QString::fromLatin1(overrideChoice().rawValue()); }

@@ -4,6 +4,7 @@
 #include "core/formats/SourceFormat.hpp"
 
 #include <QObject>
+#include <QStringList>
 #include <QUrl>
 #include <QUuid>
 
@@ -30,6 +31,8 @@ class FileItem : public QObject {
     Q_PROPERTY(QString overrideChoice READ overrideChoiceId WRITE setOverrideChoiceId NOTIFY overrideChoiceChanged)
     Q_PROPERTY(QString status READ status NOTIFY statusChanged)
     Q_PROPERTY(State state READ state NOTIFY stateChanged)
+    Q_PROPERTY(QString stateName READ stateName NOTIFY stateChanged)
+    Q_PROPERTY(QStringList overrideLabels READ overrideLabels NOTIFY detectedChannelsChanged)
     Q_PROPERTY(QUrl outputURL READ outputURL NOTIFY outputURLChanged)
 
 public:
@@ -54,6 +57,9 @@ public:
     QString status() const { return status_; }
     State state() const { return state_; }
     QUrl outputURL() const { return outputURL_; }
+    QString stateName() const; // "ready", "working", "done", "failed"
+    // The override menu's entries in ChannelOverride order: "Auto (Stereo)", "Mono", "Stereo".
+    QStringList overrideLabels() const;
 
     // 1 for a mono override, 2 for stereo, else what detection found.
     std::int64_t sourceChannels() const;

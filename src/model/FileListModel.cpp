@@ -31,6 +31,12 @@ QHash<int, QByteArray> FileListModel::roleNames() const
             {ConfidenceRole, "confidence"}};
 }
 
+int FileListModel::completedCount() const
+{
+    return static_cast<int>(std::count_if(items_.begin(), items_.end(),
+                                          [](const FileItemPtr& item) { return item->state() == FileItem::done; }));
+}
+
 FileItem* FileListModel::at(int row) const
 {
     return row >= 0 && row < rowCount() ? items_[static_cast<std::size_t>(row)].get() : nullptr;

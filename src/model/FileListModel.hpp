@@ -16,6 +16,9 @@ using FileItemPtr = std::shared_ptr<FileItem>;
 class FileListModel : public QAbstractListModel {
     Q_OBJECT
     Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
+    // The two sections of the file list: still to bounce, and bounced.
+    Q_PROPERTY(int benchCount READ benchCount NOTIFY statesChanged)
+    Q_PROPERTY(int completedCount READ completedCount NOTIFY statesChanged)
 
 public:
     enum Role { ItemRole = Qt::UserRole + 1, FileNameRole, StatusRole, StateRole, ConfidenceRole };
@@ -27,6 +30,8 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
     const std::vector<FileItemPtr>& items() const { return items_; }
+    int completedCount() const;
+    int benchCount() const { return rowCount() - completedCount(); }
     Q_INVOKABLE quorvel::FileItem* at(int row) const;
 
     // Each is one change of the list.

@@ -1,0 +1,86 @@
+#include "app/SingleInstance.hpp"
+#include "model/ConverterModel.hpp"
+#include "ui/AppSettings.hpp"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QFileOpenEvent>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(QuorvelPlugin)
+
+namespace {
+
+QList<QUrl> urlsOf(const QStringList& paths)
+{
+    QList<QUrl> urls;
+    for (const QString& path : paths)
+        urls << QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
+    return urls;
+}
+
+// Files opened with the app on macOS arrive as events rather than arguments.
+class FileOpenFilter : public QObject {
+public:
+    using QObject::QObject;
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::FileOpen) {
+            quorvel::ConverterModel::shared().addURLs({static_cast<QFileOpenEvent*>(event)->url()});
+            return true;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+void raise(QQmlApplicationEngine& engine)
+{
+    for (QObject* root : engine.rootObjects())
+        if (auto* window = qobject_cast<QQuickWindow*>(root)) {
+            window->show();
+            window->raise();
+            window->requestActivate();
+        }
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName("Quorvel");
+    QGuiApplication::setOrganizationName("Quorvel");
+    QGuiApplication::setApplicationDisplayName("SD2 Quorvel");
+    QGuiApplication::setDesktopFileName("quorvel");
+
+    const QStringList paths = QGuiApplication::arguments().mid(1);
+    quorvel::SingleInstance instance("quorvel-" + QDir::home().dirName());
+    if (instance.handOver(paths))
+        return 0;
+
+    QFontDatabase::addApplicationFont(":/fonts/MaterialIcons-Regular.ttf");
+    QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
+
+    quorvel::ConverterModel& model = quorvel::ConverterModel::shared();
+    quorvel::AppSettings settings;
+    qmlRegisterSingletonInstance("Quorvel", 1, 0, "Model", &model);
+    qmlRegisterSingletonInstance("Quorvel", 1, 0, "Settings", &settings);
+
+    QQmlApplicationEngine engine;
+    engine.load(QUrl("qrc:/qt/qml/Quorvel/Main.qml"));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+
+    FileOpenFilter fileOpen;
+    app.installEventFilter(&fileOpen);
+    instance.listen([&](const QStringList& more) {
+        model.addURLs(urlsOf(more));
+        raise(engine);
+    });
+    model.addURLs(urlsOf(paths));
+    return app.exec();
+}

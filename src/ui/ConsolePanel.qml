@@ -1,0 +1,5 @@
+Raised {
+    radius: 20
+    shadowRadius: 18
+    shadowOffset: 10
+}

@@ -1,0 +1,24 @@
+import QtQuick
+
+Item {
+    property alias text: label.text
+    implicitWidth: label.implicitWidth + 26
+    implicitHeight: label.implicitHeight + 16
+
+    InsetField {
+        anchors.fill: parent
+        radius: 9
+    }
+    Text {
+        id: label
+        anchors.fill: parent
+        anchors.leftMargin: 13
+        anchors.rightMargin: 13
+        verticalAlignment: Text.AlignVCenter
+        font.family: Theme.mono
+        font.pixelSize: Theme.caption
+        color: Theme.lcdInk
+        elide: Text.ElideMiddle
+        maximumLineCount: 1
+    }
+}

@@ -1,0 +1,6 @@
+import QtQuick
+
+Text {
+    font.family: Theme.mono
+    font.pixelSize: Theme.caption
+}

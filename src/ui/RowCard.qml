@@ -1,0 +1,5 @@
+Raised {
+    radius: 14
+    shadowRadius: 7
+    shadowOffset: 4
+}
