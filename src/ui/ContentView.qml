@@ -89,14 +89,10 @@ Item {
     }
     Component.onCompleted: if (!Settings.hideVolumeWarning) warning.open()
 
-    // Return confirms the warning while it is up, and bounces otherwise.
+    // Return bounces; while the warning is up, its own Return takes over.
     Shortcut {
         sequences: ["Return", "Enter"]
-        onActivated: {
-            if (warning.opened)
-                warning.dismissed()
-            else if (footer.canConvert)
-                Model.convertAll()
-        }
+        enabled: footer.canConvert
+        onActivated: Model.convertAll()
     }
 }

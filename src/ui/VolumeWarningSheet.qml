@@ -24,6 +24,12 @@ Popup {
         color: Qt.rgba(0, 0, 0, 0.12)
     }
 
+    Shortcut {
+        sequences: ["Return", "Enter"]
+        enabled: sheet.opened
+        onActivated: sheet.dismissed()
+    }
+
     contentItem: Column {
         spacing: 14
         Rectangle {
