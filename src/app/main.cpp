@@ -1,4 +1,5 @@
 #include "app/SingleInstance.hpp"
+#include "core/io/guardedRead.hpp"
 #include "model/ConverterModel.hpp"
 #include "ui/AppSettings.hpp"
 
@@ -51,6 +52,7 @@ void raise(QQmlApplicationEngine& engine)
 
 int main(int argc, char* argv[])
 {
+    quorvel::reportFileSizeLimitAsError();
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName("Quorvel");
     QGuiApplication::setOrganizationName("Quorvel");

@@ -92,7 +92,7 @@ std::string jsonLine(const std::string& path, const BounceResult& r)
 
 std::string plainLine(const std::string& path, std::size_t width, const BounceResult& r)
 {
-    std::string line = paddedName(path, width) + r.status;
+    std::string line = paddedName(path, width) + printableName(r.status);
     // The status texts are short by design; a tool user also wants the cause.
     if (!r.ok && !r.reason.empty() && r.status.find(r.reason) == std::string::npos)
         line += " (" + r.reason + ")";

@@ -1,4 +1,5 @@
 #include "cli/commands.hpp"
+#include "core/io/guardedRead.hpp"
 
 #include <algorithm>
 #include <iostream>
@@ -49,6 +50,7 @@ Exit status: 0 every file was read (detect) or converted (convert), 1 some file 
 int main(int argc, char** argv)
 {
     using namespace quorvel::cli;
+    quorvel::reportFileSizeLimitAsError();
     const std::vector<std::string_view> words(argv + 1, argv + argc);
     try {
         if (words.empty())

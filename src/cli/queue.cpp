@@ -2,20 +2,16 @@
 #include "core/io/MappedFile.hpp"
 #include "model/intake.hpp"
 
-#include <QFile>
-
 #include <algorithm>
+#include <cstdio>
 
 namespace quorvel::cli {
 
 std::vector<std::string> queuePaths(const std::vector<std::string>& given)
 {
-    QStringList paths;
-    for (const std::string& path : given)
-        paths.append(QFile::decodeName(path.c_str()));
     std::vector<std::string> queued;
-    for (const QString& path : collectSd2Paths(paths, {}))
-        queued.push_back(QFile::encodeName(path).toStdString());
+    for (const auto& path : collectSd2Paths(PathList(given.begin(), given.end()), {}))
+        queued.push_back(path.string());
     return queued;
 }
 
@@ -24,7 +20,9 @@ Detection detectPath(const std::string& path, SourceFormatChoice choice)
     const MappedFile file = MappedFile::open(path);
     if (!file.ok())
         return Unreadable{file.error()};
-    return detectFile(file.bytes(), choice);
+    if (auto found = detectFile(file.bytes(), choice))
+        return *found;
+    return Unreadable{"the file changed while it was being read"};
 }
 
 namespace {
@@ -39,13 +37,32 @@ std::size_t nameColumn(const std::vector<std::string>& paths)
 {
     std::size_t column = 0;
     for (const std::string& path : paths)
-        column = std::max(column, displayWidth(path));
+        column = std::max(column, displayWidth(printableName(path)));
     return column;
+}
+
+std::string printableName(const std::string& path)
+{
+    std::string out;
+    for (const char c : path) {
+        if (c == '\n')
+            out += "\\n";
+        else if (c == '\t')
+            out += "\\t";
+        else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned char>(c));
+            out += escaped;
+        } else
+            out += c;
+    }
+    return out;
 }
 
 std::string paddedName(const std::string& path, std::size_t column)
 {
-    return path + std::string(column - displayWidth(path) + 2, ' ');
+    const std::string name = printableName(path);
+    return name + std::string(column - displayWidth(name) + 2, ' ');
 }
 
 } // namespace quorvel::cli

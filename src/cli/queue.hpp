@@ -19,8 +19,10 @@ using Detection = std::variant<FileDetection, Unreadable>;
 // Detection of one queued file, read memory-mapped, as the app runs it on arrival.
 Detection detectPath(const std::string& path, SourceFormatChoice choice);
 
-// The widest path of the list, in characters, and a path padded to that column plus two
-// spaces, so status texts line up.
+// A path as one line of text: line breaks, tabs and other control characters escaped.
+std::string printableName(const std::string& path);
+// The widest printable path of the list, in characters, and a path padded to that column
+// plus two spaces, so status texts line up.
 std::size_t nameColumn(const std::vector<std::string>& paths);
 std::string paddedName(const std::string& path, std::size_t column);
 

@@ -64,16 +64,18 @@ int ConverterModel::pendingCount() const
 
 QString ConverterModel::outputFolderName() const
 {
-    const QString path = QDir::cleanPath(outputFolderPath());
-    return outputFolder_.isEmpty() ? QString() : QFileInfo(path).fileName().isEmpty() ? path : QFileInfo(path).fileName();
+    if (outputFolder_.isEmpty())
+        return {};
+    const std::filesystem::path folder = pathForUrl(outputFolder_).lexically_normal();
+    const std::string name = (folder.has_filename() ? folder : folder.parent_path()).filename().string();
+    return QString::fromLocal8Bit(name.empty() ? folder.string() : name);
 }
 
 std::optional<QUrl> ConverterModel::defaultOutDir() const
 {
     if (queue().empty())
         return std::nullopt;
-    const QFileInfo first(queue().front()->path());
-    return QUrl::fromLocalFile(first.dir().filePath(QString::fromLatin1(defaultFolderName)));
+    return urlForPath(queue().front()->filePath().parent_path() / defaultFolderName);
 }
 
 void ConverterModel::setSourceFormatChoice(SourceFormatChoice choice)
@@ -178,16 +180,17 @@ FileItemPtr ConverterModel::find(const FileItem* item) const
 
 void ConverterModel::addURLs(const QList<QUrl>& urls)
 {
-    QStringList given;
+    PathList given;
     for (const QUrl& url : urls)
-        given.append(url.toLocalFile());
-    QSet<QString> queued;
+        if (url.isLocalFile())
+            given.push_back(pathForUrl(url));
+    std::set<std::string> queued;
     for (const FileItemPtr& item : queue())
-        queued.insert(item->path());
+        queued.insert(item->filePath().string());
 
     std::vector<FileItemPtr> added;
-    for (const QString& path : collectSd2Paths(given, queued))
-        added.push_back(std::make_shared<FileItem>(QUrl::fromLocalFile(path)));
+    for (const auto& path : collectSd2Paths(given, queued))
+        added.push_back(std::make_shared<FileItem>(urlForPath(path)));
     if (added.empty())
         return;
     items_.append(added);

@@ -1,4 +1,5 @@
 #include "model/FileItem.hpp"
+#include "model/intake.hpp"
 
 #include <QFileInfo>
 
@@ -13,6 +14,8 @@ FileItem::FileItem(const QUrl& url) : url_(url)
 }
 
 QString FileItem::fileName() const { return QFileInfo(url_.path()).fileName(); }
+
+std::filesystem::path FileItem::filePath() const { return pathForUrl(url_); }
 
 QString FileItem::stateName() const
 {

@@ -9,6 +9,7 @@
 #include <QUuid>
 
 #include <atomic>
+#include <filesystem>
 #include <cstdint>
 
 namespace quorvel {
@@ -44,7 +45,8 @@ public:
     QUuid id() const { return id_; }
     QString idText() const { return id_.toString(QUuid::WithoutBraces).toUpper(); }
     QUrl url() const { return url_; }
-    QString path() const { return url_.toLocalFile(); }
+    QString path() const { return url_.toLocalFile(); } // for display
+    std::filesystem::path filePath() const;             // the file's exact bytes, for opening it
     QString fileName() const;
 
     std::int64_t detectedChannels() const { return detectedChannels_.load(); }

@@ -24,11 +24,11 @@ void ConverterModel::preview(FileItem* item)
     const std::int64_t channels = item->sourceChannels();
     const SourceFormat format = item->effectiveFormat(sourceFormatChoice_);
     const std::int64_t rate = sourceRate_.rawValue();
-    const QString source = item->path();
+    const std::filesystem::path source = item->filePath();
     const QString name = item->fileName();
 
     inBackground([=, this] {
-        const MappedFile file = MappedFile::open(QFile::encodeName(source).toStdString());
+        const MappedFile file = MappedFile::open(source);
         const PcmBufferPtr excerpt =
             file.ok() ? decodeToBuffer(file.bytes(), format, rate, channels, rate * kPreviewSeconds) : nullptr;
         bool written = false;

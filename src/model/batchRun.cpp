@@ -1,5 +1,6 @@
 #include "core/pipeline/bounceFile.hpp"
 #include "model/ConverterModel.hpp"
+#include "model/intake.hpp"
 
 #include <QDir>
 #include <QFile>
@@ -58,8 +59,9 @@ void ConverterModel::convertAll()
 {
     if (queue().empty())
         return;
-    const QString folder = outputFolder_.isEmpty() ? defaultOutDir()->toLocalFile() : outputFolder_.toLocalFile();
-    QDir().mkpath(folder); // a failure shows in every file's write error
+    const std::filesystem::path folder = pathForUrl(outputFolder_.isEmpty() ? *defaultOutDir() : outputFolder_);
+    std::error_code ignored; // a folder that cannot be made shows in every file's write error
+    std::filesystem::create_directories(folder, ignored);
 
     BatchSnapshot snapshot;
     std::copy_if(queue().begin(), queue().end(), std::back_inserter(snapshot.pending),
@@ -84,7 +86,7 @@ void ConverterModel::convertAll()
                          targetDepth_.rawValue(),
                          targetChannels_,
                          normalizeLoudness_,
-                         QFile::encodeName(folder).toStdString()};
+                         folder};
     inBackground([this, snapshot = std::move(snapshot)] { runBatch(snapshot); });
 }
 
@@ -106,7 +108,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         post([this, name = item->fileName()] { setPhaseDetail(name); });
         services_.pause(kAfterAnnouncing);
 
-        const BounceItem source{QFile::encodeName(item->path()).toStdString(), [&] { return item->detectedFormat(); },
+        const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
                                 [&] { return item->sourceChannels(); }};
         BatchWorker worker(*this, item, pace);
         const BounceResult result = bounceFile(source, snapshot.settings, worker);
@@ -115,14 +117,14 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
 
         post([item, ok = result.ok] { item->setState(ok ? FileItem::done : FileItem::failed); });
         if (result.ok)
-            post([item, url = QUrl::fromLocalFile(QFile::decodeName(result.output.c_str()))] { item->setOutputURL(url); });
+            post([item, url = urlForPath(result.output)] { item->setOutputURL(url); });
         post([item, status = text(result.status)] { item->setStatus(status); });
         post([this, progress] { setOverallProgress(progress); });
         if (result.analysed)
             services_.pause(std::min(pace, kMostAfterResult));
     }
 
-    const QString folderName = QFileInfo(QFile::decodeName(snapshot.settings.outputFolder.c_str())).fileName();
+    const QString folderName = QString::fromLocal8Bit(snapshot.settings.outputFolder.filename().string());
     post([this] { setPhaseDone(true); });
     post([this, failed = failures >= 1] { setPhaseFailed(failed); });
     if (failures >= 1) {

@@ -11,16 +11,17 @@ void ConverterModel::detect(const FileItemPtr& item)
     const SourceFormatChoice choice = sourceFormatChoice_;
     // The task holds the item, never the model's fields; only the item's url is read off the main thread.
     inBackground([this, item, choice] {
-        const MappedFile file = MappedFile::open(QFile::encodeName(item->path()).toStdString());
-        if (!file.ok()) {
+        const MappedFile file = MappedFile::open(item->filePath());
+        const std::optional<FileDetection> detected =
+            file.ok() ? detectFile(file.bytes(), choice) : std::nullopt;
+        if (!detected) {
             post([item] {
                 item->setStatus(QStringLiteral("Unreadable file"));
                 item->setConfidence(QStringLiteral("—"));
             });
             return;
         }
-        const FileDetection found = detectFile(file.bytes(), choice);
-        post([item, found] {
+        post([item, found = *detected] {
             item->setDetectedFormat(found.format.best);
             item->setDetectedChannels(found.channels.channels);
             item->setConfidence(QString::fromUtf8(found.channels.confidence));

@@ -1,36 +1,45 @@
 #include "model/intake.hpp"
 
 #include <QCollator>
-#include <QDir>
-#include <QFileInfo>
 #include <QLocale>
+#include <QString>
 
 #include <algorithm>
-#include <vector>
 
 namespace quorvel {
 
+namespace fs = std::filesystem;
+
 namespace {
 
-bool hasSd2Extension(const QString& path)
+bool hasSd2Extension(const fs::path& path)
 {
-    return QFileInfo(path).suffix().compare(QLatin1String("sd2"), Qt::CaseInsensitive) == 0;
+    const std::string name = path.filename().string();
+    const auto dot = name.rfind('.');
+    if (dot == std::string::npos || name.size() - dot != 4)
+        return false;
+    std::string extension = name.substr(dot + 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == "sd2";
 }
 
-// Pre-order walk, entries in name order so the result does not depend on the order the
-// file system happens to return them in. Symlinked folders are listed but not entered,
-// which also keeps symlink loops out.
-void walk(const QString& folder, QStringList& out)
+// Pre-order walk, entries in byte order of their names so the result does not depend on
+// the order the file system returns them in. Symlinked folders are listed but not entered,
+// which also keeps symlink loops out; folders that cannot be read contribute what they can.
+void walk(const fs::path& folder, PathList& out)
 {
-    const QDir dir(folder);
-    const QFileInfoList entries = dir.entryInfoList(
-        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
-    for (const QFileInfo& entry : entries) {
-        const QString path = dir.filePath(entry.fileName());
-        if (hasSd2Extension(path))
-            out.append(path);
-        if (entry.isDir() && !entry.isSymLink())
-            walk(path, out);
+    std::error_code error;
+    std::vector<fs::path> entries;
+    for (fs::directory_iterator it(folder, fs::directory_options::skip_permission_denied, error), end;
+         !error && it != end; it.increment(error))
+        entries.push_back(it->path());
+    std::sort(entries.begin(), entries.end());
+    for (const fs::path& entry : entries) {
+        if (hasSd2Extension(entry))
+            out.push_back(entry);
+        if (fs::is_directory(fs::symlink_status(entry, error)))
+            walk(entry, out);
     }
 }
 
@@ -49,36 +58,48 @@ QCollator fileBrowserCollator()
 
 } // namespace
 
-QStringList collectSd2Paths(const QStringList& given, const QSet<QString>& queued)
+PathList collectSd2Paths(const PathList& given, const std::set<std::string>& queued)
 {
-    QStringList candidates;
-    for (const QString& path : given) {
-        const QFileInfo info(path);
-        if (info.isDir())
+    PathList candidates;
+    for (const fs::path& path : given) {
+        std::error_code error;
+        if (fs::is_directory(path, error))
             walk(path, candidates);
         else if (hasSd2Extension(path))
-            candidates.append(path);
+            candidates.push_back(path);
     }
+    std::erase_if(candidates, [&](const fs::path& path) { return queued.contains(path.string()); });
 
-    candidates.removeIf([&](const QString& path) { return queued.contains(path); });
-
+    // Names are compared as text; the bytes themselves travel untouched beside them.
     struct Named {
-        QString name, path;
+        QString name;
+        fs::path path;
     };
     std::vector<Named> named;
     named.reserve(candidates.size());
-    for (const QString& path : candidates)
-        named.push_back({QFileInfo(path).fileName(), path});
+    for (fs::path& path : candidates)
+        named.push_back({QString::fromLocal8Bit(path.filename().string()), std::move(path)});
 
     const QCollator collator = fileBrowserCollator();
     std::stable_sort(named.begin(), named.end(),
                      [&](const Named& a, const Named& b) { return collator.compare(a.name, b.name) < 0; });
 
-    QStringList sorted;
+    PathList sorted;
     sorted.reserve(named.size());
-    for (const Named& n : named)
-        sorted.append(n.path);
+    for (Named& n : named)
+        sorted.push_back(std::move(n.path));
     return sorted;
+}
+
+QUrl urlForPath(const fs::path& path)
+{
+    const QByteArray bytes = QByteArray::fromStdString(fs::absolute(path).string());
+    return QUrl::fromEncoded("file://" + bytes.toPercentEncoding("/"));
+}
+
+fs::path pathForUrl(const QUrl& url)
+{
+    return fs::path(QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1()).toStdString());
 }
 
 } // namespace quorvel

@@ -1,17 +1,28 @@
 #pragma once
 
-#include <QSet>
-#include <QString>
-#include <QStringList>
+#include <QUrl>
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace quorvel {
 
+using PathList = std::vector<std::filesystem::path>;
+
 // Finds the .sd2 files among the given paths, the way a drop or an open-with hands them
 // in: folders are walked deeply (hidden entries included, symlinked folders not entered),
-// ".sd2" matches in any letter case, paths already queued are left out, and the new paths
-// are ordered by file name as a file browser lists them (stable, so equal names keep the
-// order in which they were met). A given path that does not exist is kept: reading it
-// later reports it.
-QStringList collectSd2Paths(const QStringList& given, const QSet<QString>& queued);
+// ".sd2" matches in any letter case, paths already queued (compared byte for byte) are
+// left out, and the new paths are ordered by file name as a file browser lists them
+// (stable, so equal names keep the order in which they were met). A given path that does
+// not exist is kept: reading it later reports it. Paths are kept as the bytes the file
+// system gave, so names that are not valid UTF-8 still reach their files.
+PathList collectSd2Paths(const PathList& given, const std::set<std::string>& queued);
+
+// A file URL that carries the path's bytes exactly (percent-encoded where they are not
+// valid UTF-8), and back.
+QUrl urlForPath(const std::filesystem::path& path);
+std::filesystem::path pathForUrl(const QUrl& url);
 
 } // namespace quorvel

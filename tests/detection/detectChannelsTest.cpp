@@ -94,11 +94,11 @@ TEST(DetectChannels, OnlyTheFirstTwelveMegabytesCount)
 TEST(DetectFile, StatusTextAndChoice)
 {
     const auto bytes = test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be);
-    const FileDetection automatic = detectFile(bytes, SourceFormatChoice::automatic());
+    const FileDetection automatic = *detectFile(bytes, SourceFormatChoice::automatic());
     EXPECT_EQ(automatic.status, "16-bit BE (auto) · Mono · confident");
 
     // A fixed format drives the channel analysis and the label; the best encoding is still reported.
-    const FileDetection fixed = detectFile(bytes, SourceFormatChoice::fixed(SourceFormat::s24le));
+    const FileDetection fixed = *detectFile(bytes, SourceFormatChoice::fixed(SourceFormat::s24le));
     EXPECT_EQ(fixed.format.best, SourceFormat::s16be);
     EXPECT_EQ(fixed.used, SourceFormat::s24le);
     EXPECT_EQ(fixed.channels, detectChannels(bytes, SourceFormat::s24le));

@@ -1,45 +1,36 @@
 #include "model/intake.hpp"
-
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
+#include "support/files.hpp"
 
 #include <gtest/gtest.h>
 
 using namespace quorvel;
+namespace fs = std::filesystem;
 
 namespace {
 
 class Intake : public ::testing::Test {
 protected:
-    QString path(const QString& relative) const { return dir.filePath(relative); }
+    fs::path touch(const std::string& relative) const { return dir.write(relative, {}); }
 
-    QString touch(const QString& relative) const
+    // Paths relative to the scratch folder, for readable expectations.
+    std::vector<std::string> names(const PathList& paths) const
     {
-        const QString full = path(relative);
-        QDir().mkpath(QFileInfo(full).path());
-        QFile file(full);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << full.toStdString();
-        return full;
-    }
-
-    QStringList names(const QStringList& paths) const
-    {
-        QStringList out;
-        for (const QString& p : paths)
-            out.append(QDir(dir.path()).relativeFilePath(p));
+        std::vector<std::string> out;
+        for (const fs::path& p : paths)
+            out.push_back(p.lexically_relative(dir.path()).string());
         return out;
     }
+    using Names = std::vector<std::string>;
 
-    QTemporaryDir dir;
+    test::ScratchDir dir;
 };
 
 } // namespace
 
 TEST_F(Intake, OrdersByNameAsAFileBrowserDoes)
 {
-    const QStringList given{touch("Take 10.sd2"), touch("take 2.SD2"), touch("Take 1.sd2")};
-    EXPECT_EQ(names(collectSd2Paths(given, {})), (QStringList{"Take 1.sd2", "take 2.SD2", "Take 10.sd2"}));
+    const PathList given{touch("Take 10.sd2"), touch("take 2.SD2"), touch("Take 1.sd2")};
+    EXPECT_EQ(names(collectSd2Paths(given, {})), (Names{"Take 1.sd2", "take 2.SD2", "Take 10.sd2"}));
 }
 
 TEST_F(Intake, WalksFoldersDeeplyIncludingHiddenEntries)
@@ -50,29 +41,35 @@ TEST_F(Intake, WalksFoldersDeeplyIncludingHiddenEntries)
     touch("drop/.cache/deep/y.Sd2");
     touch("drop/notes.txt");
     touch("drop/mix.wav");
-    QDir().mkpath(path("drop/folder.sd2/inner")); // a folder named like a file is a candidate too
-    touch("drop/folder.sd2/inner/z.sd2");
+    touch("drop/folder.sd2/inner/z.sd2"); // a folder named like a file is a candidate too
 
-    const QStringList found = names(collectSd2Paths({path("drop")}, {}));
     // The two x.sd2 keep the order in which the walk met them.
-    EXPECT_EQ(found, (QStringList{"drop/.hidden.sd2", "drop/folder.sd2", "drop/a/x.sd2", "drop/b/x.sd2",
-                                  "drop/.cache/deep/y.Sd2", "drop/folder.sd2/inner/z.sd2"}));
+    EXPECT_EQ(names(collectSd2Paths({dir / "drop"}, {})),
+              (Names{"drop/.hidden.sd2", "drop/folder.sd2", "drop/a/x.sd2", "drop/b/x.sd2", "drop/.cache/deep/y.Sd2",
+                     "drop/folder.sd2/inner/z.sd2"}));
 }
 
 TEST_F(Intake, LeavesOutQueuedPathsButNotRepeatsWithinOneCall)
 {
-    const QString take = touch("set/take.sd2");
-    EXPECT_TRUE(collectSd2Paths({take}, {take}).isEmpty());
-    EXPECT_EQ(collectSd2Paths({take, path("set")}, {}), (QStringList{take, take}));
-    EXPECT_TRUE(collectSd2Paths({touch("mix.wav"), path("empty-folder")}, {}).isEmpty());
+    const fs::path take = touch("set/take.sd2");
+    EXPECT_TRUE(collectSd2Paths({take}, {take.string()}).empty());
+    EXPECT_EQ(collectSd2Paths({take, dir / "set"}, {}), (PathList{take, take}));
+    EXPECT_TRUE(collectSd2Paths({touch("mix.wav"), dir / "empty-folder"}, {}).empty());
 }
 
-TEST_F(Intake, KeepsMissingFilesAndSurvivesSymlinkLoops)
+TEST_F(Intake, KeepsOddNamesMissingFilesAndSurvivesSymlinkLoops)
 {
-    EXPECT_EQ(collectSd2Paths({path("gone.sd2")}, {}), QStringList{path("gone.sd2")});
+    EXPECT_EQ(collectSd2Paths({dir / "gone.sd2"}, {}), PathList{dir / "gone.sd2"});
 
     touch("loop/real.sd2");
-    ASSERT_TRUE(QFile::link(path("loop"), path("loop/again")));
-    ASSERT_TRUE(QFile::link(path("nowhere.sd2"), path("loop/dangling.sd2")));
-    EXPECT_EQ(names(collectSd2Paths({path("loop")}, {})), (QStringList{"loop/dangling.sd2", "loop/real.sd2"}));
+    fs::create_directory_symlink(dir / "loop", dir / "loop" / "again");
+    fs::create_symlink(dir / "nowhere.sd2", dir / "loop" / "dangling.sd2");
+    EXPECT_EQ(names(collectSd2Paths({dir / "loop"}, {})), (Names{"loop/dangling.sd2", "loop/real.sd2"}));
+
+    // Bytes that are not UTF-8, quotes and a line break: the exact name comes back, and
+    // survives the trip through a file URL.
+    const fs::path odd = touch("odd/caf\xe9 \"take\"\n1.sd2");
+    const PathList found = collectSd2Paths({dir / "odd"}, {});
+    ASSERT_EQ(found, PathList{odd});
+    EXPECT_EQ(pathForUrl(urlForPath(odd)), odd);
 }

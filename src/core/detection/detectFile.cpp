@@ -1,13 +1,21 @@
 #include "core/detection/detectFile.hpp"
+#include "core/io/guardedRead.hpp"
 
 namespace quorvel {
 
-FileDetection detectFile(ByteView data, SourceFormatChoice choice)
+std::optional<FileDetection> detectFile(ByteView data, SourceFormatChoice choice)
 {
-    const FormatDetection format = scoreFormats(data);
-    const SourceFormat used = choice.fixedFormat().value_or(format.best);
-    const ChannelDetection channels = detectChannels(data, used);
-    return {format, used, channels, detectionStatus(used, choice, channels)};
+    FormatDetection format;
+    SourceFormat used = SourceFormat::s16be;
+    ChannelDetection channels;
+    const bool read = guardedRead([&] {
+        format = scoreFormats(data);
+        used = choice.fixedFormat().value_or(format.best);
+        channels = detectChannels(data, used);
+    });
+    if (!read)
+        return std::nullopt;
+    return FileDetection{format, used, channels, detectionStatus(used, choice, channels)};
 }
 
 std::string detectionStatus(SourceFormat used, SourceFormatChoice choice, const ChannelDetection& channels)

@@ -3,6 +3,7 @@
 #include "core/detection/detectBestFormat.hpp"
 #include "core/detection/detectChannels.hpp"
 
+#include <optional>
 #include <string>
 
 namespace quorvel {
@@ -16,8 +17,9 @@ struct FileDetection {
 };
 
 // Scores the encodings, then analyses the channels in the best one, or in the fixed one
-// when the user has set it.
-FileDetection detectFile(ByteView data, SourceFormatChoice choice);
+// when the user has set it. Nothing when the bytes could not be read: a mapped file that
+// shrank while it was being read.
+std::optional<FileDetection> detectFile(ByteView data, SourceFormatChoice choice);
 
 std::string detectionStatus(SourceFormat used, SourceFormatChoice choice, const ChannelDetection& channels);
 

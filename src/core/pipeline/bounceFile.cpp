@@ -2,8 +2,11 @@
 #include "core/detection/detectBestFormat.hpp"
 #include "core/detection/smoothness.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/guardedRead.hpp"
 #include "core/pipeline/convertOneNative.hpp"
 #include "core/pipeline/outputNaming.hpp"
+
+#include <optional>
 
 namespace quorvel {
 
@@ -104,24 +107,40 @@ BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, 
     }
     const ByteView data = file.bytes();
 
-    double score = smoothness(data, result.format);
-    if (score < kStaticBelow) {
-        const FormatScores scores = candidateScores(data, smoothness);
-        const SourceFormat best = bestCandidate(scores);
-        const double bestScore = scores[best.index()];
-        if (best != result.format && bestScore >= kCorrectionAtLeast) {
-            result.format = best;
-            result.autoCorrected = true;
-            score = bestScore;
-            observer.corrected(best);
-        }
-    }
+    // The scores read the mapped file; one that shrank since it was queued fails cleanly.
+    double score = 0;
+    bool wideStereo = false;
+    std::optional<SourceFormat> corrected;
     result.sourceChannels = item.sourceChannels();
-    // Interleaved neighbours belong to different channels, so valid wide stereo can score
-    // low here; judge it channel by channel before calling it static.
-    if (score < kStaticBelow && !(result.sourceChannels == 2 && channelSmoothness(data, result.format) >= kCorrectionAtLeast)) {
+    const bool read = guardedRead([&] {
+        score = smoothness(data, result.format);
+        if (score < kStaticBelow) {
+            const FormatScores scores = candidateScores(data, smoothness);
+            const SourceFormat best = bestCandidate(scores);
+            if (best != result.format && scores[best.index()] >= kCorrectionAtLeast) {
+                corrected = best;
+                score = scores[best.index()];
+            }
+        }
+        // Interleaved neighbours belong to different channels, so valid wide stereo can
+        // score low here; judge it channel by channel before calling it static.
+        if (score < kStaticBelow && result.sourceChannels == 2)
+            wideStereo = channelSmoothness(data, corrected.value_or(result.format)) >= kCorrectionAtLeast;
+    });
+    if (!read) {
+        result.status = "Couldn't read the file";
+        result.reason = "the file changed while it was being read";
+        return result;
+    }
+    if (corrected) {
+        result.format = *corrected;
+        result.autoCorrected = true;
+        observer.corrected(*corrected);
+    }
+    if (score < kStaticBelow && !wideStereo) {
         result.status = "Reads as static — try another source format in Advanced";
-        result.reason = "the data reads as noise in every encoding";
+        result.reason = data.size() < 16 * 3 ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
+                                             : "the data reads as noise in every encoding";
         return result;
     }
 

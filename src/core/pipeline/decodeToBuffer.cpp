@@ -1,4 +1,5 @@
 #include "core/pipeline/decodeToBuffer.hpp"
+#include "core/io/guardedRead.hpp"
 
 #include <algorithm>
 
@@ -21,16 +22,18 @@ PcmBufferPtr decodeToBuffer(ByteView data, SourceFormat format, std::int64_t sam
     buffer->setFrameLength(frames);
 
     const float scale = bps == 2 ? 1.0f / 32768.0f : 1.0f / 8388608.0f;
-    withFormat(format, [&](auto f) {
-        for (std::int64_t c = 0; c < channels; ++c) {
-            float* out = buffer->channel(c);
-            const std::uint8_t* in = data.data() + c * bps;
-            const std::int64_t stride = channels * bps;
-            for (std::int64_t i = 0; i < frames; ++i, in += stride)
-                out[i] = static_cast<float>(decodeAt<decltype(f)::value>(in)) * scale;
-        }
+    const bool read = guardedRead([&] {
+        withFormat(format, [&](auto f) {
+            for (std::int64_t c = 0; c < channels; ++c) {
+                float* out = buffer->channel(c);
+                const std::uint8_t* in = data.data() + c * bps;
+                const std::int64_t stride = channels * bps;
+                for (std::int64_t i = 0; i < frames; ++i, in += stride)
+                    out[i] = static_cast<float>(decodeAt<decltype(f)::value>(in)) * scale;
+            }
+        });
     });
-    return buffer;
+    return read ? buffer : nullptr; // a mapped source that shrank under us
 }
 
 } // namespace quorvel
