@@ -85,6 +85,16 @@ TEST_F(Hostile, TinyEmptyAndNonFileInputs)
     EXPECT_TRUE(fs::is_empty(dir / "out"));
 }
 
+TEST_F(Hostile, OddNamesKeepTheirBytes)
+{
+    // Quotes, a line break and a byte that is not UTF-8, inside a dropped folder.
+    take("in/caf\xe9 \"take\"\n1.sd2");
+    const Result r = sh("$S convert -o out in");
+    EXPECT_EQ(r.exitCode, 0) << r.out;
+    EXPECT_NE(r.out.find("in/caf\xe9 \"take\"\\n1.sd2  Bounced → "), std::string::npos) << "one escaped line: " << r.out;
+    EXPECT_TRUE(fs::exists(dir / "out" / "caf\xe9 \"take\"\n1_48kHz_24bit_stereo.wav"));
+}
+
 TEST_F(Hostile, OutputFoldersThatCannotBeUsed)
 {
     take("a.sd2");
