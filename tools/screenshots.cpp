@@ -4,10 +4,10 @@
 #include "core/formats/encodeSample.hpp"
 #include "model/ConverterModel.hpp"
 #include "ui/AppSettings.hpp"
+#include "ui/window.hpp"
 
 #include <QDir>
 #include <QFile>
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
@@ -71,15 +71,10 @@ int main(int argc, char* argv[])
     qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit()); // a first launch: the warning shows
     QGuiApplication::setOrganizationName("Quorvel");
     QGuiApplication::setApplicationName("Quorvel");
-    QFontDatabase::addApplicationFont(":/fonts/MaterialIcons-Regular.ttf");
-
     quorvel::ConverterModel& model = quorvel::ConverterModel::shared();
     quorvel::AppSettings settings;
-    qmlRegisterSingletonInstance("Quorvel", 1, 0, "Model", &model);
-    qmlRegisterSingletonInstance("Quorvel", 1, 0, "Settings", &settings);
     QQmlApplicationEngine engine;
-    engine.load(QUrl("qrc:/qt/qml/Quorvel/Main.qml"));
-    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0));
+    QQuickWindow* window = quorvel::openWindow(engine, model, settings);
     if (!window)
         return 1;
 

@@ -2,11 +2,11 @@
 #include "core/io/guardedRead.hpp"
 #include "model/ConverterModel.hpp"
 #include "ui/AppSettings.hpp"
+#include "ui/window.hpp"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QFileOpenEvent>
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
@@ -64,17 +64,11 @@ int main(int argc, char* argv[])
     if (instance.handOver(paths))
         return 0;
 
-    QFontDatabase::addApplicationFont(":/fonts/MaterialIcons-Regular.ttf");
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
-
     quorvel::ConverterModel& model = quorvel::ConverterModel::shared();
     quorvel::AppSettings settings;
-    qmlRegisterSingletonInstance("Quorvel", 1, 0, "Model", &model);
-    qmlRegisterSingletonInstance("Quorvel", 1, 0, "Settings", &settings);
-
     QQmlApplicationEngine engine;
-    engine.load(QUrl("qrc:/qt/qml/Quorvel/Main.qml"));
-    if (engine.rootObjects().isEmpty())
+    if (!quorvel::openWindow(engine, model, settings))
         return 1;
 
     FileOpenFilter fileOpen;
