@@ -17,6 +17,10 @@ TEST(DetectChannels, DegenerateInputs)
               (ChannelDetection{1, "silent/constant", 1.0}));
     EXPECT_EQ(detectChannels(test::encode(std::vector<std::int32_t>(300, -77), SourceFormat::s16le), SourceFormat::s16le),
               (ChannelDetection{1, "silent/constant", 1.0}));
+    // A loud repeated value: past 2^53 the sums round, and the noise must not pass for variance.
+    const std::vector<std::uint8_t> repeated(30000, 0x5a);
+    for (SourceFormat format : SourceFormat::allCases())
+        EXPECT_EQ(detectChannels(repeated, format), (ChannelDetection{1, "silent/constant", 1.0})) << format.rawValue();
 }
 
 TEST(DetectChannels, MonoAndStereoSines)

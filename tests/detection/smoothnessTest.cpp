@@ -55,6 +55,11 @@ TEST(Smoothness, TooShortAndFlatData)
         EXPECT_EQ(channelSmoothness(zeros, format), 0.0) << format.rawValue();
     }
     EXPECT_EQ(smoothness(constant, SourceFormat::s16be), 0.0);
+    const std::vector<std::uint8_t> loud(600000, 0x5a); // 5921370 as 24-bit: the sums pass 2^53
+    for (SourceFormat format : SourceFormat::allCases()) {
+        EXPECT_EQ(smoothness(loud, format), 0.0) << format.rawValue();
+        EXPECT_EQ(channelSmoothness(loud, format), 0.0) << format.rawValue();
+    }
 }
 
 TEST(SmoothnessWindow, AlignsToWholeSamplesAndNeedsEightOfThem)

@@ -19,8 +19,11 @@ std::optional<ChannelStatistics> analyse(const std::uint8_t* x, std::int64_t usa
     // First pass: mean, variance and the products at distances one and two.
     double s = 0, q = 0, p1 = 0, p2 = 0;
     double back1 = 0, back2 = 0;
+    const double first = decodeAt<F>(x);
+    bool constant = true;
     for (std::int64_t k = 0; k < count; ++k) {
         const double v = decodeAt<F>(x + k * bps);
+        constant = constant && v == first;
         s += v;
         q += v * v;
         if (k >= 1)
@@ -33,7 +36,9 @@ std::optional<ChannelStatistics> analyse(const std::uint8_t* x, std::int64_t usa
     const double n = static_cast<double>(count);
     const double m = s / n;
     const double variance = q - m * n * m;
-    if (variance < kVarianceFloor)
+    // A loud constant prefix can leave rounding noise above the floor once the sums pass
+    // 2^53, so constancy is also checked exactly.
+    if (constant || variance < kVarianceFloor)
         return {};
 
     ChannelStatistics stats;

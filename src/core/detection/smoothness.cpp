@@ -18,15 +18,19 @@ double lagCorrelation(const std::uint8_t* data, std::int64_t start, std::int64_t
     if (end - start < 8 * bps)
         return -1.0;
 
+    // Samples are taken relative to the window's first one: the correlation is the same,
+    // but a constant window then sums to exactly zero instead of to the rounding error of
+    // squares near 2^46, which would pass the flatness floor and score nonsense.
+    const double origin = decodeAt<F>(data + start);
     double history[Lag];
     for (int i = 0; i < Lag; ++i)
-        history[i] = decodeAt<F>(data + start + i * bps);
+        history[i] = decodeAt<F>(data + start + i * bps) - origin;
 
     double sxy = 0, sxx = 0, syy = 0, sx = 0, sy = 0, n = 0;
     int slot = 0;
     for (std::int64_t pos = start + Lag * bps; pos + bps <= end; pos += bps) {
         const double prev = history[slot];
-        const double cur = decodeAt<F>(data + pos);
+        const double cur = decodeAt<F>(data + pos) - origin;
         sxy += prev * cur;
         sxx += prev * prev;
         syy += cur * cur;
