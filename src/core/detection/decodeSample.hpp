@@ -13,7 +13,7 @@ using ByteView = std::span<const std::uint8_t>;
 // One raw signed sample, unscaled. F is a template argument so hot loops decode without
 // a branch per sample.
 template <SourceFormat::Case F>
-inline double decodeAt(const std::uint8_t* p)
+inline std::int32_t decodeIntAt(const std::uint8_t* p)
 {
     constexpr SourceFormat format{F};
     if constexpr (format.bytesPerSample() == 2) {
@@ -24,6 +24,12 @@ inline double decodeAt(const std::uint8_t* p)
                                                     : (p[2] << 16) | (p[1] << 8) | p[0];
         return v >= 0x800000 ? v - 0x1000000 : v;
     }
+}
+
+template <SourceFormat::Case F>
+inline double decodeAt(const std::uint8_t* p)
+{
+    return decodeIntAt<F>(p);
 }
 
 // Precondition: 0 <= offset and offset + bytesPerSample <= data.size().

@@ -1,4 +1,5 @@
 #include "core/detection/detectChannels.hpp"
+#include "core/detection/wideInt.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -9,61 +10,68 @@ namespace {
 
 constexpr double kVarianceFloor = 1e-6;
 
-// Absent when the prefix is silent or constant.
+// Absent when the prefix is silent or constant. The sums are exact integers, so a loud,
+// nearly constant prefix keeps its few real differences instead of losing them to rounding
+// in Q − m·n·m; the formulas are the same, evaluated once at the end.
 template <SourceFormat::Case F>
 std::optional<ChannelStatistics> analyse(const std::uint8_t* x, std::int64_t usable)
 {
+    using Wide = WideInt;
     constexpr std::int64_t bps = SourceFormat{F}.bytesPerSample();
     const std::int64_t count = usable / bps;
 
-    // First pass: mean, variance and the products at distances one and two.
-    double s = 0, q = 0, p1 = 0, p2 = 0;
-    double back1 = 0, back2 = 0;
-    const double first = decodeAt<F>(x);
-    bool constant = true;
+    // First pass: sum, sum of squares and the products at distances one and two.
+    std::int64_t s = 0;
+    Wide q = 0, p1 = 0, p2 = 0;
+    std::int64_t back1 = 0, back2 = 0;
     for (std::int64_t k = 0; k < count; ++k) {
-        const double v = decodeAt<F>(x + k * bps);
-        constant = constant && v == first;
+        const std::int64_t v = decodeIntAt<F>(x + k * bps);
         s += v;
-        q += v * v;
+        q += Wide{v} * v;
         if (k >= 1)
-            p1 += back1 * v;
+            p1 += Wide{back1} * v;
         if (k >= 2)
-            p2 += back2 * v;
+            p2 += Wide{back2} * v;
         back2 = back1;
         back1 = v;
     }
-    const double n = static_cast<double>(count);
-    const double m = s / n;
-    const double variance = q - m * n * m;
-    // A loud constant prefix can leave rounding noise above the floor once the sums pass
-    // 2^53, so constancy is also checked exactly.
-    if (constant || variance < kVarianceFloor)
+    const Wide n = count;
+    const Wide nv = n * q - Wide{s} * s; // n × V
+    const double variance = static_cast<double>(nv) / static_cast<double>(count);
+    if (variance < kVarianceFloor)
         return {};
 
+    // r = (P − m·(n − L)·m) / V with m = S / n, multiplied through by n² to stay exact.
+    const auto lagCorrelation = [&](Wide products, std::int64_t lag) {
+        const Wide numerator = n * n * products - Wide{count - lag} * s * s;
+        return static_cast<double>(numerator) / (static_cast<double>(n) * static_cast<double>(nv));
+    };
     ChannelStatistics stats;
-    stats.r1 = (p1 - m * (n - 1) * m) / variance;
-    const double r2 = (p2 - m * (n - 2) * m) / variance;
-    stats.d = r2 - stats.r1;
+    stats.r1 = lagCorrelation(p1, 1);
+    stats.d = lagCorrelation(p2, 2) - stats.r1;
 
     // Second pass: even samples against the following odd ones, frame by frame.
-    double pairs = 0, sa = 0, sb = 0, saa = 0, sbb = 0, sab = 0;
+    std::int64_t pairs = 0, sa = 0, sb = 0;
+    Wide saa = 0, sbb = 0, sab = 0;
     bool identical = true;
     for (std::int64_t j = 0; (2 * j + 2) * bps <= usable; ++j) {
-        const double a = decodeAt<F>(x + 2 * j * bps);
-        const double b = decodeAt<F>(x + (2 * j + 1) * bps);
+        const std::int64_t a = decodeIntAt<F>(x + 2 * j * bps);
+        const std::int64_t b = decodeIntAt<F>(x + (2 * j + 1) * bps);
         pairs += 1;
         sa += a;
         sb += b;
-        saa += a * a;
-        sbb += b * b;
-        sab += a * b;
+        saa += Wide{a} * a;
+        sbb += Wide{b} * b;
+        sab += Wide{a} * b;
         identical = identical && a == b;
     }
-    const double va = saa - sa * sa / pairs;
-    const double vb = sbb - sb * sb / pairs;
-    if (va > kVarianceFloor && vb > kVarianceFloor)
-        stats.frameCorr = (sab - sa * sb / pairs) / (std::sqrt(va) * std::sqrt(vb));
+    const Wide m = pairs;
+    const Wide va = m * saa - Wide{sa} * sa; // M × Va
+    const Wide vb = m * sbb - Wide{sb} * sb;
+    const double floor = kVarianceFloor * static_cast<double>(pairs);
+    if (static_cast<double>(va) > floor && static_cast<double>(vb) > floor)
+        stats.frameCorr = static_cast<double>(m * sab - Wide{sa} * sb) /
+                          (std::sqrt(static_cast<double>(va)) * std::sqrt(static_cast<double>(vb)));
     stats.identicalFrames = identical;
     return stats;
 }

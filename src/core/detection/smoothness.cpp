@@ -1,4 +1,5 @@
 #include "core/detection/smoothness.hpp"
+#include "core/detection/wideInt.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -10,30 +11,30 @@ namespace {
 constexpr double kVarianceFloor = 1e-6;
 
 // Correlation of x[k] with x[k + Lag] over the whole samples of [start, end), which are
-// already aligned to the sample size. Sums run in ascending offset order.
+// already aligned to the sample size. The sums are kept as exact integers (squares of
+// 24-bit samples over a window need 128 bits), so a flat or nearly flat window cannot turn
+// rounding noise into a score: flatness is an exact zero, and rounding happens once, at the end.
 template <SourceFormat::Case F, int Lag>
 double lagCorrelation(const std::uint8_t* data, std::int64_t start, std::int64_t end)
 {
+    using Wide = WideInt;
     constexpr std::int64_t bps = SourceFormat{F}.bytesPerSample();
     if (end - start < 8 * bps)
         return -1.0;
 
-    // Samples are taken relative to the window's first one: the correlation is the same,
-    // but a constant window then sums to exactly zero instead of to the rounding error of
-    // squares near 2^46, which would pass the flatness floor and score nonsense.
-    const double origin = decodeAt<F>(data + start);
-    double history[Lag];
+    std::int64_t history[Lag];
     for (int i = 0; i < Lag; ++i)
-        history[i] = decodeAt<F>(data + start + i * bps) - origin;
+        history[i] = decodeIntAt<F>(data + start + i * bps);
 
-    double sxy = 0, sxx = 0, syy = 0, sx = 0, sy = 0, n = 0;
+    std::int64_t sx = 0, sy = 0, n = 0;
+    Wide sxy = 0, sxx = 0, syy = 0;
     int slot = 0;
     for (std::int64_t pos = start + Lag * bps; pos + bps <= end; pos += bps) {
-        const double prev = history[slot];
-        const double cur = decodeAt<F>(data + pos) - origin;
-        sxy += prev * cur;
-        sxx += prev * prev;
-        syy += cur * cur;
+        const std::int64_t prev = history[slot];
+        const std::int64_t cur = decodeIntAt<F>(data + pos);
+        sxy += Wide{prev} * cur;
+        sxx += Wide{prev} * prev;
+        syy += Wide{cur} * cur;
         sx += prev;
         sy += cur;
         n += 1;
@@ -41,11 +42,15 @@ double lagCorrelation(const std::uint8_t* data, std::int64_t start, std::int64_t
         slot = (slot + 1) % Lag;
     }
 
-    const double vx = sxx - sx * sx / n;
-    const double vy = syy - sy * sy / n;
-    if (vx < kVarianceFloor || vy < kVarianceFloor)
+    // n times the sums of squared deviations; below the 1e-6 floor means exactly zero here,
+    // since a window holds fewer than a million samples.
+    const Wide vx = Wide{n} * sxx - Wide{sx} * sx;
+    const Wide vy = Wide{n} * syy - Wide{sy} * sy;
+    if (static_cast<double>(vx) < kVarianceFloor * static_cast<double>(n) ||
+        static_cast<double>(vy) < kVarianceFloor * static_cast<double>(n))
         return 0.0;
-    return (sxy - sx * sy / n) / (std::sqrt(vx) * std::sqrt(vy));
+    const Wide covariance = Wide{n} * sxy - Wide{sx} * sy;
+    return static_cast<double>(covariance) / (std::sqrt(static_cast<double>(vx)) * std::sqrt(static_cast<double>(vy)));
 }
 
 template <int Lag>
