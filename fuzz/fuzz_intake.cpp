@@ -1,0 +1,211 @@
+// Bytes → a folder tree with awkward names, symlink loops and dangling links → the path
+// intake. The result is held against a walk of our own done with plain POSIX calls: the same
+// paths byte for byte, none through a symlinked folder, queued ones left out, and in the
+// documented order (by name as a file browser sorts, equal names in the order met).
+#include "check.hpp"
+#include "intakeProgram.hpp"
+
+#include "model/intake.hpp"
+
+#include <QCollator>
+#include <QLocale>
+#include <QString>
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+using namespace quorvel;
+namespace fs = std::filesystem;
+
+namespace {
+
+// One scratch folder per process, removed at exit.
+struct Scratch {
+    fs::path root;
+
+    Scratch()
+    {
+        std::string pattern = (fs::temp_directory_path() / "quorvel-fuzz-intake-XXXXXX").string();
+        if (!mkdtemp(pattern.data()))
+            std::abort();
+        root = pattern;
+    }
+    ~Scratch()
+    {
+        std::error_code ignored;
+        fs::remove_all(root, ignored);
+    }
+};
+
+const fs::path& scratchRoot()
+{
+    static Scratch s;
+    return s.root;
+}
+
+std::string printable(const std::string& bytes)
+{
+    std::string text;
+    for (unsigned char c : bytes) {
+        if (c >= 0x20 && c < 0x7F && c != '\\') {
+            text += static_cast<char>(c);
+        } else {
+            char buf[8];
+            std::snprintf(buf, sizeof buf, "\\x%02x", c);
+            text += buf;
+        }
+    }
+    return text;
+}
+
+std::string baseName(const std::string& path)
+{
+    const auto slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+bool endsWithSd2(const std::string& name)
+{
+    if (name.size() < 4)
+        return false;
+    const std::string tail = name.substr(name.size() - 4);
+    return tail[0] == '.' && (tail[1] | 0x20) == 's' && (tail[2] | 0x20) == 'd' && tail[3] == '2';
+}
+
+std::string join(const std::string& dir, const std::string& name)
+{
+    return !dir.empty() && dir.back() == '/' ? dir + name : dir + "/" + name;
+}
+
+bool isRealFolder(const std::string& path)
+{
+    struct stat st {};
+    return lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// Pre-order, entries in byte order, entering real folders only.
+void walk(const std::string& folder, std::vector<std::string>& out)
+{
+    std::vector<std::string> names;
+    if (DIR* dir = opendir(folder.c_str())) {
+        while (const dirent* entry = readdir(dir)) {
+            const std::string name = entry->d_name;
+            if (name != "." && name != "..")
+                names.push_back(name);
+        }
+        closedir(dir);
+    }
+    std::sort(names.begin(), names.end());
+    for (const std::string& name : names) {
+        const std::string path = join(folder, name);
+        if (endsWithSd2(name))
+            out.push_back(path);
+        if (isRealFolder(path))
+            walk(path, out);
+    }
+}
+
+std::vector<std::string> expectedInWalkOrder(const std::vector<std::string>& given, const std::set<std::string>& queued)
+{
+    std::vector<std::string> found;
+    for (const std::string& path : given) {
+        struct stat st {};
+        if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+            walk(path, found);
+        else if (endsWithSd2(baseName(path)))
+            found.push_back(path);
+    }
+    std::erase_if(found, [&](const std::string& path) { return queued.contains(path); });
+    return found;
+}
+
+QCollator browserCollator()
+{
+    QLocale locale;
+    if (locale.language() == QLocale::C)
+        locale = QLocale(QLocale::English, QLocale::UnitedStates);
+    QCollator collator(locale);
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    return collator;
+}
+
+QString nameText(const std::string& path) { return QString::fromLocal8Bit(baseName(path)); }
+
+// No folder between the given path and the entry may be a symlink: those are not entered.
+void checkNoSymlinkedFolderEntered(const std::string& path, const std::vector<std::string>& given)
+{
+    for (const std::string& g : given) {
+        const std::string prefix = !g.empty() && g.back() == '/' ? g : g + "/";
+        if (path.rfind(prefix, 0) != 0)
+            continue;
+        bool allReal = true;
+        for (auto slash = path.find('/', prefix.size()); slash != std::string::npos; slash = path.find('/', slash + 1))
+            allReal = allReal && isRealFolder(path.substr(0, slash));
+        if (allReal)
+            return;
+    }
+    // Not below a given folder through real folders only: it must be a given path itself.
+    FUZZ_CHECK(std::find(given.begin(), given.end(), path) != given.end(), "'%s' was reached through a symlinked folder",
+               printable(path).c_str());
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    const fs::path tree = scratchRoot() / "tree";
+    std::error_code ignored;
+    fs::remove_all(tree, ignored);
+    fs::create_directory(tree);
+
+    const fuzz::IntakeCase input = fuzz::buildIntakeTree(tree.string(), bytes, size);
+
+    PathList given;
+    for (const std::string& path : input.given)
+        given.emplace_back(path);
+    const PathList result = collectSd2Paths(given, input.queued);
+
+    std::vector<std::string> got;
+    for (const fs::path& path : result)
+        got.push_back(path.string());
+
+    std::vector<std::string> expected = expectedInWalkOrder(input.given, input.queued);
+    const QCollator collator = browserCollator();
+    std::stable_sort(expected.begin(), expected.end(), [&](const std::string& a, const std::string& b) {
+        return collator.compare(nameText(a), nameText(b)) < 0;
+    });
+
+    for (const std::string& path : got) {
+        FUZZ_CHECK(endsWithSd2(baseName(path)), "'%s' does not end in .sd2", printable(path).c_str());
+        FUZZ_CHECK(!input.queued.contains(path), "'%s' was already queued", printable(path).c_str());
+        checkNoSymlinkedFolderEntered(path, input.given);
+        // The URL a file item keeps must lead back to the same bytes.
+        const fs::path back = pathForUrl(urlForPath(path));
+        FUZZ_CHECK(back == fs::absolute(path), "'%s' came back from its URL as '%s'", printable(path).c_str(),
+                   printable(back.string()).c_str());
+    }
+    for (std::size_t i = 1; i < got.size(); ++i)
+        FUZZ_CHECK(collator.compare(nameText(got[i - 1]), nameText(got[i])) <= 0, "'%s' listed before '%s'",
+                   printable(got[i - 1]).c_str(), printable(got[i]).c_str());
+
+    if (got != expected) {
+        std::string text = "got:";
+        for (const auto& p : got)
+            text += "\n    " + printable(p);
+        text += "\n  expected:";
+        for (const auto& p : expected)
+            text += "\n    " + printable(p);
+        FUZZ_CHECK(got == expected, "%s", text.c_str());
+    }
+
+    fs::remove_all(tree, ignored);
+    return 0;
+}
