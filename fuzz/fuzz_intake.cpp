@@ -126,17 +126,6 @@ std::vector<std::string> expectedInWalkOrder(const std::vector<std::string>& giv
     return found;
 }
 
-QCollator browserCollator()
-{
-    QLocale locale;
-    if (locale.language() == QLocale::C)
-        locale = QLocale(QLocale::English, QLocale::UnitedStates);
-    QCollator collator(locale);
-    collator.setNumericMode(true);
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
-    return collator;
-}
-
 QString nameText(const std::string& path) { return QString::fromLocal8Bit(baseName(path)); }
 
 // No folder between the given path and the entry may be a symlink: those are not entered.
@@ -178,7 +167,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         got.push_back(path.string());
 
     std::vector<std::string> expected = expectedInWalkOrder(input.given, input.queued);
-    const QCollator collator = browserCollator();
+    const QCollator collator = fileBrowserCollator();
     std::stable_sort(expected.begin(), expected.end(), [&](const std::string& a, const std::string& b) {
         return collator.compare(nameText(a), nameText(b)) < 0;
     });

@@ -43,19 +43,6 @@ void walk(const fs::path& folder, PathList& out)
     }
 }
 
-// The user's collation with numbers compared by value. An unset (C) locale would
-// compare code points and put "take 10" before "take 2", so it falls back to English.
-QCollator fileBrowserCollator()
-{
-    QLocale locale;
-    if (locale.language() == QLocale::C)
-        locale = QLocale(QLocale::English, QLocale::UnitedStates);
-    QCollator collator(locale);
-    collator.setNumericMode(true);
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
-    return collator;
-}
-
 } // namespace
 
 PathList collectSd2Paths(const PathList& given, const std::set<std::string>& queued)
@@ -89,6 +76,19 @@ PathList collectSd2Paths(const PathList& given, const std::set<std::string>& que
     for (Named& n : named)
         sorted.push_back(std::move(n.path));
     return sorted;
+}
+
+// An unset (C) locale would compare code points and put "take 10" before "take 2",
+// so it falls back to English.
+QCollator fileBrowserCollator()
+{
+    QLocale locale;
+    if (locale.language() == QLocale::C)
+        locale = QLocale(QLocale::English, QLocale::UnitedStates);
+    QCollator collator(locale);
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    return collator;
 }
 
 QUrl urlForPath(const fs::path& path)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCollator>
 #include <QUrl>
 
 #include <filesystem>
@@ -19,6 +20,10 @@ using PathList = std::vector<std::filesystem::path>;
 // not exist is kept: reading it later reports it. Paths are kept as the bytes the file
 // system gave, so names that are not valid UTF-8 still reach their files.
 PathList collectSd2Paths(const PathList& given, const std::set<std::string>& queued);
+
+// Name order as a file browser lists it: the user's collation, case-insensitive, runs of
+// digits by value ("take 2" before "take 10").
+QCollator fileBrowserCollator();
 
 // A file URL that carries the path's bytes exactly (percent-encoded where they are not
 // valid UTF-8), and back.
