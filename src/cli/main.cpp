@@ -1,8 +1,10 @@
 #include "cli/commands.hpp"
+#include "cli/queue.hpp"
 #include "core/io/guardedRead.hpp"
 
-#include <algorithm>
+#include <cerrno>
 #include <iostream>
+#include <system_error>
 
 namespace {
 
@@ -47,6 +49,22 @@ Exit status: 0 every file was read (detect) or converted (convert), 1 some file 
 
 } // namespace
 
+namespace {
+
+// Usage asked for goes to standard output, and must arrive there.
+int printUsage()
+{
+    errno = 0;
+    std::cout << kUsage << std::flush;
+    if (std::cout)
+        return 0;
+    std::cerr << "sd2wav: couldn't write to standard output: "
+              << (errno != 0 ? std::generic_category().message(errno) : "the write failed") << '\n';
+    return 1;
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
     using namespace quorvel::cli;
@@ -57,20 +75,17 @@ int main(int argc, char** argv)
             throw UsageError("no command given");
         const std::string_view command = words.front();
         const std::vector<std::string_view> rest(words.begin() + 1, words.end());
-        if (command == "--help" || command == "-h" || command == "help") {
-            std::cout << kUsage;
-            return 0;
+        if (command == "--help" || command == "-h" || command == "help")
+            return printUsage();
+        // Help is an option like any other: an option's value or a word after "--" is a path.
+        if (command == "detect") {
+            const DetectOptions options = parseDetectOptions(rest);
+            return options.help ? printUsage() : runDetect(options, std::cout, std::cerr);
         }
-        const bool wantsHelp = std::find(rest.begin(), rest.end(), "--help") != rest.end() ||
-                               std::find(rest.begin(), rest.end(), "-h") != rest.end();
-        if ((command == "detect" || command == "convert") && wantsHelp) {
-            std::cout << kUsage;
-            return 0;
+        if (command == "convert") {
+            const ConvertOptions options = parseConvertOptions(rest);
+            return options.common.help ? printUsage() : runConvert(options, std::cout, std::cerr);
         }
-        if (command == "detect")
-            return runDetect(parseDetectOptions(rest), std::cout, std::cerr);
-        if (command == "convert")
-            return runConvert(parseConvertOptions(rest), std::cout, std::cerr);
         if (command == "demo") {
             if (rest.size() > 1)
                 throw UsageError("demo takes at most one folder");
@@ -78,7 +93,7 @@ int main(int argc, char** argv)
         }
         throw UsageError("unknown command '" + std::string(command) + "'");
     } catch (const UsageError& error) {
-        std::cerr << "sd2wav: " << error.what() << "\n\n" << kUsage;
+        std::cerr << "sd2wav: " << printableName(error.what()) << "\n\n" << kUsage;
         return 2;
     }
 }

@@ -144,3 +144,25 @@ TEST_F(Hostile, UnreadableFile)
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_NE(r.out.find("locked.sd2  Couldn't read the file (Permission denied)"), std::string::npos) << r.out;
 }
+
+TEST_F(Hostile, HelpAfterDashDashOrAsAValueIsAPath)
+{
+    take("-h/a.sd2");
+    take("--help/b.sd2");
+    take("c.sd2");
+    const Result afterDashes = sh("$S convert -o out -- -h");
+    EXPECT_EQ(afterDashes.exitCode, 0) << afterDashes.out;
+    EXPECT_TRUE(fs::exists(dir / "out" / "a_48kHz_24bit_stereo.wav")) << afterDashes.out;
+
+    const Result asValue = sh("$S convert -o -h c.sd2");
+    EXPECT_EQ(asValue.exitCode, 0) << asValue.out;
+    EXPECT_TRUE(fs::exists(dir / "-h" / "c_48kHz_24bit_stereo.wav")) << asValue.out;
+
+    const Result detect = sh("$S detect -- --help");
+    EXPECT_EQ(detect.exitCode, 0) << detect.out;
+    EXPECT_TRUE(lineFor(detect.out, "--help/b.sd2").ends_with("16-bit BE (auto) · Stereo · confident")) << detect.out;
+
+    const Result help = sh("$S convert -j 2 --help c.sd2");
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(help.out.starts_with("usage: ")) << help.out;
+}
