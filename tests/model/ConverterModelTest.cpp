@@ -176,10 +176,22 @@ private slots:
 
         model->addURLs({url(t1)});
         QCOMPARE(model->queue().size(), 3u);
+        // Given twice in one call, or again under another spelling: queued once.
+        std::filesystem::create_symlink(dir / "b" / "other.sd2", dir / "link.sd2");
         model->addURLs({url(dir / "b" / "other.sd2"), url(dir / "b")});
-        // given twice in one call, queued twice
-        QCOMPARE(model->queue().size(), 5u);
+        model->addURLs({url(dir / "link.sd2")});
+        QCOMPARE(model->queue().size(), 4u);
         QCOMPARE(model->defaultOutDir()->toLocalFile(), QString::fromStdString((dir / "_sd2_outputs").string()));
+        waitForDetection();
+    }
+
+    void intakeSaysWhatItCouldNotOpen()
+    {
+        model->addURLs({url(dir / "gone"), url(dir.write("a.sd2", music(SourceFormat::s16be)))});
+        QCOMPARE(model->queue().size(), 1u);
+        QCOMPARE(model->statusLine(), QStringLiteral("Couldn't open gone: No such file or directory"));
+        model->addURLs({url(dir / "gone"), url(dir / "gone too")});
+        QCOMPARE(model->statusLine(), QStringLiteral("Couldn't open 2 folders — their files are left out"));
         waitForDetection();
     }
 
