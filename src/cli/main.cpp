@@ -44,12 +44,8 @@ bounces it to WAV.
            (default: sd2wav-demo), then detect it. Existing files are left alone.
 
 Exit status: 0 every file was read (detect) or converted (convert), 1 some file failed,
-2 usage error.
+a folder could not be opened or the report could not be written, 2 usage error.
 )";
-
-} // namespace
-
-namespace {
 
 // Usage asked for goes to standard output, and must arrive there.
 int printUsage()
