@@ -83,9 +83,16 @@ int main(int argc, char** argv)
             return options.common.help ? printUsage() : runConvert(options, std::cout, std::cerr);
         }
         if (command == "demo") {
-            if (rest.size() > 1)
+            std::vector<std::string_view> folders = rest;
+            if (!folders.empty() && (folders.front() == "-h" || folders.front() == "--help"))
+                return printUsage();
+            if (!folders.empty() && folders.front() == "--")
+                folders.erase(folders.begin());
+            else if (!folders.empty() && folders.front().starts_with('-') && folders.front() != "-")
+                throw UsageError("unknown option '" + std::string(folders.front()) + "' (put -- before a folder named so)");
+            if (folders.size() > 1)
                 throw UsageError("demo takes at most one folder");
-            return runDemo(rest.empty() ? "sd2wav-demo" : std::string(rest.front()), std::cout, std::cerr);
+            return runDemo(folders.empty() ? "sd2wav-demo" : std::string(folders.front()), std::cout, std::cerr);
         }
         throw UsageError("unknown command '" + std::string(command) + "'");
     } catch (const UsageError& error) {

@@ -166,6 +166,14 @@ TEST_F(Hostile, HelpAfterDashDashOrAsAValueIsAPath)
     const Result help = sh("$S convert -j 2 --help c.sd2");
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_TRUE(help.out.starts_with("usage: ")) << help.out;
+
+    const Result demoHelp = sh("$S demo --help");
+    EXPECT_EQ(demoHelp.exitCode, 0);
+    EXPECT_TRUE(demoHelp.out.starts_with("usage: ")) << demoHelp.out;
+    EXPECT_FALSE(fs::exists(dir / "--help" / "demo s16be mono.sd2"));
+    const Result demoFolder = sh("$S demo -- -h");
+    EXPECT_EQ(demoFolder.exitCode, 0) << demoFolder.out;
+    EXPECT_TRUE(fs::exists(dir / "-h" / "demo s16be mono.sd2"));
 }
 
 TEST_F(Hostile, ReasonsAreEscapedLikeNames)
