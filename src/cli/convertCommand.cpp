@@ -2,11 +2,15 @@
 #include "cli/json.hpp"
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
+#include "cli/report.hpp"
+#include "core/io/MappedFile.hpp"
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/outputNaming.hpp"
 
+#include <algorithm>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <unistd.h>
 
@@ -95,7 +99,7 @@ std::string plainLine(const std::string& path, std::size_t width, const BounceRe
     std::string line = paddedName(path, width) + printableName(r.status);
     // The status texts are short by design; a tool user also wants the cause.
     if (!r.ok && !r.reason.empty() && r.status.find(r.reason) == std::string::npos)
-        line += " (" + r.reason + ")";
+        line += " (" + printableName(r.reason) + ")";
     return line;
 }
 
@@ -115,14 +119,36 @@ void drawProgress(std::size_t done, std::size_t total)
     (void)!::write(STDERR_FILENO, line.data(), line.size());
 }
 
+// _sd2_outputs goes beside the first file that can be read: a mistyped path must not
+// grow folders, nor catch the other files' outputs.
+std::optional<fs::path> defaultOutputFolder(const std::vector<std::string>& paths)
+{
+    const auto readable =
+        std::find_if(paths.begin(), paths.end(), [](const std::string& path) { return MappedFile::open(path).ok(); });
+    if (readable == paths.end())
+        return std::nullopt;
+    return fs::path(*readable).parent_path() / "_sd2_outputs";
+}
+
 } // namespace
 
 int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err)
 {
-    const std::vector<std::string> paths = queuePaths(options.common.paths);
+    const Queue queue = queuePaths(options.common.paths);
+    const std::vector<std::string>& paths = queue.paths;
+    Report report(out);
+    for (const SkippedPath& skipped : queue.skipped) {
+        if (options.common.json)
+            report.line("{\"path\":" + jsonString(skipped.path.string()) +
+                        ",\"output\":null,\"ok\":false,\"status\":\"Couldn't open\",\"error\":" +
+                        jsonString(skipped.reason) + "}");
+        else
+            err << skippedLine(skipped) << '\n';
+    }
+    int status = queue.skipped.empty() ? 0 : 1;
     if (paths.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
-        return 1;
+        return std::max(1, report.finish(err));
     }
 
     BounceSettings settings;
@@ -132,16 +158,19 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     settings.depth = options.depth.rawValue();
     settings.channels = options.channels;
     settings.normalize = options.normalize;
-    settings.outputFolder = options.outputFolder.empty() ? fs::path(paths.front()).parent_path() / "_sd2_outputs"
-                                                         : fs::path(options.outputFolder);
-    std::error_code ignored; // a folder that cannot be made shows up in every file's write error
-    fs::create_directories(settings.outputFolder, ignored);
+    const std::optional<fs::path> folder =
+        options.outputFolder.empty() ? defaultOutputFolder(paths) : fs::path(options.outputFolder);
+    // With no readable file there is no folder to make: every file fails before writing.
+    settings.outputFolder = folder.value_or(fs::path(paths.front()).parent_path() / "_sd2_outputs");
+    if (folder) {
+        std::error_code ignored; // a folder that cannot be made shows up in every file's write error
+        fs::create_directories(settings.outputFolder, ignored);
+    }
 
     const std::size_t width = nameColumn(paths);
 
     const bool progress = ::isatty(STDERR_FILENO) == 1;
     OrderedNames names;
-    int status = 0;
     if (progress)
         drawProgress(0, paths.size());
     forEachInOrder(
@@ -170,12 +199,11 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                 status = 1;
             if (progress)
                 drawProgress(paths.size(), paths.size()); // clear the bar before printing over it
-            out << (options.common.json ? jsonLine(paths[i], result) : plainLine(paths[i], width, result)) << '\n';
-            out.flush();
+            report.line(options.common.json ? jsonLine(paths[i], result) : plainLine(paths[i], width, result));
             if (progress && i + 1 < paths.size())
                 drawProgress(i + 1, paths.size());
         });
-    return status;
+    return std::max(status, report.finish(err));
 }
 
 } // namespace quorvel::cli

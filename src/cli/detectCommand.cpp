@@ -2,7 +2,9 @@
 #include "cli/json.hpp"
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
+#include "cli/report.hpp"
 
+#include <algorithm>
 
 namespace quorvel::cli {
 
@@ -32,7 +34,7 @@ std::string plainLine(const std::string& path, std::size_t nameWidth, const Dete
 {
     std::string line = paddedName(path, nameWidth);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
-        return line + "Unreadable file (" + failed->reason + ")";
+        return line + "Unreadable file (" + printableName(failed->reason) + ")";
     return line + std::get<FileDetection>(outcome).status;
 }
 
@@ -40,24 +42,32 @@ std::string plainLine(const std::string& path, std::size_t nameWidth, const Dete
 
 int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err)
 {
-    const std::vector<std::string> paths = queuePaths(options.paths);
+    const Queue queue = queuePaths(options.paths);
+    const std::vector<std::string>& paths = queue.paths;
+    Report report(out);
+    for (const SkippedPath& skipped : queue.skipped) {
+        if (options.json)
+            report.line("{\"path\":" + jsonString(skipped.path.string()) + ",\"error\":" +
+                        jsonString("Couldn't open: " + skipped.reason) + "}");
+        else
+            err << skippedLine(skipped) << '\n';
+    }
+    int status = queue.skipped.empty() ? 0 : 1;
     if (paths.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
-        return 1;
+        return std::max(1, report.finish(err));
     }
 
     const std::size_t nameWidth = nameColumn(paths);
 
-    int status = 0;
     forEachInOrder(
         paths.size(), options.jobs, [&](std::size_t i) { return detectPath(paths[i], options.sourceFormat); },
         [&](std::size_t i, const Detection& outcome) {
             if (std::holds_alternative<Unreadable>(outcome))
                 status = 1;
-            out << (options.json ? jsonLine(paths[i], outcome) : plainLine(paths[i], nameWidth, outcome)) << '\n';
-            out.flush();
+            report.line(options.json ? jsonLine(paths[i], outcome) : plainLine(paths[i], nameWidth, outcome));
         });
-    return status;
+    return std::max(status, report.finish(err));
 }
 
 } // namespace quorvel::cli

@@ -1,8 +1,10 @@
 #include "cli/commands.hpp"
+#include "cli/queue.hpp"
 #include "core/io/guardedRead.hpp"
 
-#include <algorithm>
+#include <cerrno>
 #include <iostream>
+#include <system_error>
 
 namespace {
 
@@ -42,8 +44,20 @@ bounces it to WAV.
            (default: sd2wav-demo), then detect it. Existing files are left alone.
 
 Exit status: 0 every file was read (detect) or converted (convert), 1 some file failed,
-2 usage error.
+a folder could not be opened or the report could not be written, 2 usage error.
 )";
+
+// Usage asked for goes to standard output, and must arrive there.
+int printUsage()
+{
+    errno = 0;
+    std::cout << kUsage << std::flush;
+    if (std::cout)
+        return 0;
+    std::cerr << "sd2wav: couldn't write to standard output: "
+              << (errno != 0 ? std::generic_category().message(errno) : "the write failed") << '\n';
+    return 1;
+}
 
 } // namespace
 
@@ -57,28 +71,32 @@ int main(int argc, char** argv)
             throw UsageError("no command given");
         const std::string_view command = words.front();
         const std::vector<std::string_view> rest(words.begin() + 1, words.end());
-        if (command == "--help" || command == "-h" || command == "help") {
-            std::cout << kUsage;
-            return 0;
+        if (command == "--help" || command == "-h" || command == "help")
+            return printUsage();
+        // Help is an option like any other: an option's value or a word after "--" is a path.
+        if (command == "detect") {
+            const DetectOptions options = parseDetectOptions(rest);
+            return options.help ? printUsage() : runDetect(options, std::cout, std::cerr);
         }
-        const bool wantsHelp = std::find(rest.begin(), rest.end(), "--help") != rest.end() ||
-                               std::find(rest.begin(), rest.end(), "-h") != rest.end();
-        if ((command == "detect" || command == "convert") && wantsHelp) {
-            std::cout << kUsage;
-            return 0;
+        if (command == "convert") {
+            const ConvertOptions options = parseConvertOptions(rest);
+            return options.common.help ? printUsage() : runConvert(options, std::cout, std::cerr);
         }
-        if (command == "detect")
-            return runDetect(parseDetectOptions(rest), std::cout, std::cerr);
-        if (command == "convert")
-            return runConvert(parseConvertOptions(rest), std::cout, std::cerr);
         if (command == "demo") {
-            if (rest.size() > 1)
+            std::vector<std::string_view> folders = rest;
+            if (!folders.empty() && (folders.front() == "-h" || folders.front() == "--help"))
+                return printUsage();
+            if (!folders.empty() && folders.front() == "--")
+                folders.erase(folders.begin());
+            else if (!folders.empty() && folders.front().starts_with('-') && folders.front() != "-")
+                throw UsageError("unknown option '" + std::string(folders.front()) + "' (put -- before a folder named so)");
+            if (folders.size() > 1)
                 throw UsageError("demo takes at most one folder");
-            return runDemo(rest.empty() ? "sd2wav-demo" : std::string(rest.front()), std::cout, std::cerr);
+            return runDemo(folders.empty() ? "sd2wav-demo" : std::string(folders.front()), std::cout, std::cerr);
         }
         throw UsageError("unknown command '" + std::string(command) + "'");
     } catch (const UsageError& error) {
-        std::cerr << "sd2wav: " << error.what() << "\n\n" << kUsage;
+        std::cerr << "sd2wav: " << printableName(error.what()) << "\n\n" << kUsage;
         return 2;
     }
 }

@@ -106,6 +106,10 @@ DetectOptions parseCommon(const std::vector<std::string_view>& args, std::string
             options.paths.emplace_back(w);
         else if (w == "--")
             onlyPaths = true;
+        else if (w == "-h" || w == "--help") {
+            options.help = true;
+            return options;
+        }
         else if (w == "--json")
             options.json = true;
         else if (reader.takes("--source-format", value))

@@ -18,6 +18,7 @@ struct UsageError : std::runtime_error {
 struct DetectOptions {
     SourceFormatChoice sourceFormat = SourceFormatChoice::automatic();
     bool json = false;
+    bool help = false; // -h or --help in an option's place: print usage, nothing else
     unsigned jobs = 1;
     std::vector<std::string> paths;
 };

@@ -7,12 +7,20 @@
 
 namespace quorvel::cli {
 
-std::vector<std::string> queuePaths(const std::vector<std::string>& given)
+Queue queuePaths(const std::vector<std::string>& given)
 {
-    std::vector<std::string> queued;
-    for (const auto& path : collectSd2Paths(PathList(given.begin(), given.end()), {}))
-        queued.push_back(path.string());
-    return queued;
+    CollectedPaths intake = collectSd2Paths(PathList(given.begin(), given.end()), {});
+    Queue queue;
+    for (const auto& path : intake.paths)
+        queue.paths.push_back(path.string());
+    queue.skipped = std::move(intake.skipped);
+    return queue;
+}
+
+std::string skippedLine(const SkippedPath& skipped)
+{
+    return "sd2wav: couldn't open " + printableName(skipped.path.string()) + ": " +
+           printableName(skipped.reason);
 }
 
 Detection detectPath(const std::string& path, SourceFormatChoice choice)
@@ -44,17 +52,26 @@ std::size_t nameColumn(const std::vector<std::string>& paths)
 std::string printableName(const std::string& path)
 {
     std::string out;
-    for (const char c : path) {
+    const auto escape = [&](unsigned char c) {
+        char escaped[8];
+        std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
+        out += escaped;
+    };
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const auto c = static_cast<unsigned char>(path[i]);
         if (c == '\n')
             out += "\\n";
         else if (c == '\t')
             out += "\\t";
-        else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned char>(c));
-            out += escaped;
+        else if (c < 0x20 || c == 0x7f)
+            escape(c);
+        else if (c == 0xc2 && i + 1 < path.size() && static_cast<unsigned char>(path[i + 1]) < 0xa0 &&
+                 static_cast<unsigned char>(path[i + 1]) >= 0x80) {
+            // U+0080–U+009F in UTF-8: C1 controls, which some terminals obey (CSI is U+009B).
+            escape(c);
+            escape(static_cast<unsigned char>(path[++i]));
         } else
-            out += c;
+            out += static_cast<char>(c);
     }
     return out;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/detection/detectFile.hpp"
+#include "model/intake.hpp"
 
 #include <string>
 #include <variant>
@@ -8,8 +9,16 @@
 
 namespace quorvel::cli {
 
-// The .sd2 files among the given paths, in the order the app would queue them.
-std::vector<std::string> queuePaths(const std::vector<std::string>& given);
+// The .sd2 files among the given paths, in the order the app would queue them, and the
+// folders that could not be looked into.
+struct Queue {
+    std::vector<std::string> paths;
+    std::vector<SkippedPath> skipped;
+};
+Queue queuePaths(const std::vector<std::string>& given);
+
+// "sd2wav: couldn't open DIR: reason", for standard error.
+std::string skippedLine(const SkippedPath& skipped);
 
 struct Unreadable {
     std::string reason;
@@ -19,7 +28,9 @@ using Detection = std::variant<FileDetection, Unreadable>;
 // Detection of one queued file, read memory-mapped, as the app runs it on arrival.
 Detection detectPath(const std::string& path, SourceFormatChoice choice);
 
-// A path as one line of text: line breaks, tabs and other control characters escaped.
+// A path, or any text that may hold one, as one line of text: line breaks, tabs and other
+// control characters (C1 ones included) escaped, so names cannot move the cursor or
+// switch a terminal's colours.
 std::string printableName(const std::string& path);
 // The widest printable path of the list, in characters, and a path padded to that column
 // plus two spaces, so status texts line up.

@@ -188,8 +188,19 @@ void ConverterModel::addURLs(const QList<QUrl>& urls)
     for (const FileItemPtr& item : queue())
         queued.insert(item->filePath().string());
 
+    const CollectedPaths intake = collectSd2Paths(given, queued);
+    // Files in a folder that could not be opened would otherwise just be missing.
+    if (intake.skipped.size() == 1) {
+        const std::filesystem::path& path = intake.skipped.front().path;
+        setStatusLine(QStringLiteral("Couldn't open %1: %2")
+                          .arg(QString::fromLocal8Bit((path.has_filename() ? path : path.parent_path()).filename().string()),
+                               QString::fromStdString(intake.skipped.front().reason)));
+    } else if (!intake.skipped.empty()) {
+        setStatusLine(QStringLiteral("Couldn't open %1 folders — their files are left out").arg(intake.skipped.size()));
+    }
+
     std::vector<FileItemPtr> added;
-    for (const auto& path : collectSd2Paths(given, queued))
+    for (const auto& path : intake.paths)
         added.push_back(std::make_shared<FileItem>(urlForPath(path)));
     if (added.empty())
         return;

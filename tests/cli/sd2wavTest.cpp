@@ -127,7 +127,8 @@ TEST_F(Sd2wav, UsageErrorsExitWithTwo)
 
     const Outcome none = run({"detect", (dir / "nothing-here").string() + ".wav"});
     EXPECT_EQ(none.exitCode, 1);
-    EXPECT_EQ(none.err, "sd2wav: no .sd2 files found in the given paths\n");
+    EXPECT_EQ(none.err, "sd2wav: couldn't open " + (dir / "nothing-here").string() +
+                            ".wav: No such file or directory\nsd2wav: no .sd2 files found in the given paths\n");
 }
 
 TEST_F(Sd2wav, DemoWritesEveryEncodingAndLayoutAndDetectsThem)
