@@ -1,4 +1,4 @@
-#include "model/splitStereo.hpp"
+#include "core/io/splitStereo.hpp"
 
 #include <gtest/gtest.h>
 
