@@ -76,9 +76,12 @@ private:
     bool named_ = false;
 };
 
-std::string jsonLine(const std::string& path, const BounceResult& r)
+std::string jsonLine(const QueuedSource& source, const BounceResult& r)
 {
-    std::string line = "{\"path\":" + jsonString(path);
+    std::string line = "{\"path\":" + jsonString(source.path.string());
+    if (source.isPair())
+        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
+                jsonString(source.right->string()) + "}";
     line += ",\"output\":" + (r.ok ? jsonString(r.output.string()) : std::string("null"));
     line += std::string(",\"ok\":") + (r.ok ? "true" : "false");
     line += ",\"status\":" + jsonString(r.status);
@@ -119,7 +122,8 @@ void drawProgress(std::size_t done, std::size_t total)
 
 int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err)
 {
-    const std::vector<std::string> paths = queuePaths(options.common.paths);
+    const std::vector<QueuedSource> sources = queueSources(options.common.paths, options.common.joinPairs);
+    const std::vector<std::string> paths = sourceNames(sources);
     if (paths.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
         return 1;
@@ -132,7 +136,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     settings.depth = options.depth.rawValue();
     settings.channels = options.channels;
     settings.normalize = options.normalize;
-    settings.outputFolder = options.outputFolder.empty() ? fs::path(paths.front()).parent_path() / "_sd2_outputs"
+    settings.outputFolder = options.outputFolder.empty() ? sources.front().path.parent_path() / "_sd2_outputs"
                                                          : fs::path(options.outputFolder);
     std::error_code ignored; // a folder that cannot be made shows up in every file's write error
     fs::create_directories(settings.outputFolder, ignored);
@@ -148,12 +152,14 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
             // Detect first, as the app does when a file is queued.
-            const Detection detection = detectPath(paths[i], settings.sourceFormat);
+            // A pair's halves are read when it is bounced, so its detection happens there.
+            const Detection detection = sources[i].isPair() ? Detection{Unreadable{}}
+                                                            : detectPath(paths[i], settings.sourceFormat);
             const auto* found = std::get_if<FileDetection>(&detection);
             const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
             const std::int64_t detectedChannels = found ? found->channels.channels : 2;
             const BounceItem item{
-                paths[i], [&] { return detected; },
+                sources[i].path, [&] { return detected; },
                 [&]() -> std::int64_t {
                     switch (options.channelOverride) {
                     case ChannelOverride::mono: return 1;
@@ -161,7 +167,8 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                     case ChannelOverride::automatic: break;
                     }
                     return detectedChannels;
-                }};
+                },
+                sources[i].right};
             NamingObserver observer(names, i);
             return bounceFile(item, settings, observer);
         },
@@ -170,7 +177,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                 status = 1;
             if (progress)
                 drawProgress(paths.size(), paths.size()); // clear the bar before printing over it
-            out << (options.common.json ? jsonLine(paths[i], result) : plainLine(paths[i], width, result)) << '\n';
+            out << (options.common.json ? jsonLine(sources[i], result) : plainLine(paths[i], width, result)) << '\n';
             out.flush();
             if (progress && i + 1 < paths.size())
                 drawProgress(i + 1, paths.size());

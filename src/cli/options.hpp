@@ -18,6 +18,7 @@ struct UsageError : std::runtime_error {
 struct DetectOptions {
     SourceFormatChoice sourceFormat = SourceFormatChoice::automatic();
     bool json = false;
+    bool joinPairs = true; // split-stereo halves (NAME.L + NAME.R) become one stereo source
     unsigned jobs = 1;
     std::vector<std::string> paths;
 };

@@ -7,12 +7,28 @@
 
 namespace quorvel::cli {
 
-std::vector<std::string> queuePaths(const std::vector<std::string>& given)
+std::vector<QueuedSource> queueSources(const std::vector<std::string>& given, bool joinPairs)
 {
-    std::vector<std::string> queued;
-    for (const auto& path : collectSd2Paths(PathList(given.begin(), given.end()), {}))
-        queued.push_back(path.string());
-    return queued;
+    const PathList paths = collectSd2Paths(PathList(given.begin(), given.end()), {});
+    if (joinPairs)
+        return joinSplitStereo(paths);
+    std::vector<QueuedSource> sources;
+    for (const auto& path : paths)
+        sources.push_back({path, std::nullopt});
+    return sources;
+}
+
+std::string sourceName(const QueuedSource& source)
+{
+    return source.path.string() + (source.isPair() ? " + R" : "");
+}
+
+std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources)
+{
+    std::vector<std::string> names;
+    for (const QueuedSource& source : sources)
+        names.push_back(sourceName(source));
+    return names;
 }
 
 Detection detectPath(const std::string& path, SourceFormatChoice choice)
@@ -23,6 +39,17 @@ Detection detectPath(const std::string& path, SourceFormatChoice choice)
     if (auto found = detectFile(file.bytes(), choice))
         return *found;
     return Unreadable{"the file changed while it was being read"};
+}
+
+Detection detectSource(const QueuedSource& source, SourceFormatChoice choice)
+{
+    Detection left = detectPath(source.path.string(), choice);
+    if (!source.isPair() || std::holds_alternative<Unreadable>(left))
+        return left;
+    Detection right = detectPath(source.right->string(), choice);
+    if (const auto* failed = std::get_if<Unreadable>(&right))
+        return Unreadable{"the R half: " + failed->reason};
+    return detectPair(std::get<FileDetection>(left), std::get<FileDetection>(right), choice);
 }
 
 namespace {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "core/detection/detectFile.hpp"
+#include "core/detection/detectPair.hpp"
+#include "core/io/splitStereo.hpp"
 
 #include <string>
 #include <variant>
@@ -8,16 +9,23 @@
 
 namespace quorvel::cli {
 
-// The .sd2 files among the given paths, in the order the app would queue them.
-std::vector<std::string> queuePaths(const std::vector<std::string>& given);
+// The .sd2 files among the given paths, in the order the app would queue them, with
+// split-stereo halves joined into pairs unless `joinPairs` is off.
+std::vector<QueuedSource> queueSources(const std::vector<std::string>& given, bool joinPairs);
+
+// How a source is named in the output: its path, or a pair's left path + " + R".
+std::string sourceName(const QueuedSource& source);
+std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources);
 
 struct Unreadable {
     std::string reason;
 };
-using Detection = std::variant<FileDetection, Unreadable>;
+using Detection = std::variant<FileDetection, PairDetection, Unreadable>;
 
 // Detection of one queued file, read memory-mapped, as the app runs it on arrival.
 Detection detectPath(const std::string& path, SourceFormatChoice choice);
+// The same for a queued source; a pair's halves are each detected, then read together.
+Detection detectSource(const QueuedSource& source, SourceFormatChoice choice);
 
 // A path as one line of text: line breaks, tabs and other control characters escaped.
 std::string printableName(const std::string& path);

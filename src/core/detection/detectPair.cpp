@@ -19,7 +19,7 @@ std::string reading(const FileDetection& half)
 
 PairDetection detectPair(const FileDetection& left, const FileDetection& right, SourceFormatChoice choice)
 {
-    PairDetection pair{left, right, false, left.used, {}};
+    PairDetection pair{left, right, false, left.used, {}, {}};
     if (isBlank(left) && !isBlank(right))
         pair.format = right.used;
     const bool sameEncoding = left.used == right.used || isBlank(left) || isBlank(right);
@@ -31,12 +31,12 @@ PairDetection detectPair(const FileDetection& left, const FileDetection& right, 
         return pair;
     }
     // A blank half has nothing to say; otherwise the less certain half speaks for the pair.
-    const std::string_view confidence = isBlank(left)                                            ? right.channels.confidence
+    pair.confidence = isBlank(left)                                            ? right.channels.confidence
                                         : isBlank(right)                                         ? left.channels.confidence
                                         : left.channels.confidence == right.channels.confidence ? left.channels.confidence
                                                                                                  : "verify by ear";
     pair.status = std::string(pair.format.shortText()) + (choice.isAuto() ? " (auto)" : " (set)") + " · Stereo (L + R) · " +
-                  std::string(confidence);
+                  std::string(pair.confidence);
     return pair;
 }
 

@@ -13,6 +13,7 @@ struct PairDetection {
     FileDetection left, right;
     bool agree = false;
     SourceFormat format = SourceFormat::s16be; // the shared encoding, when they agree
+    std::string_view confidence;               // the pair's, as a file's; empty when they disagree
     std::string status; // "16-bit BE (auto) · Stereo (L + R) · confident", or why they disagree
 };
 
