@@ -8,7 +8,8 @@ Item {
     id: row
     required property var item
     readonly property bool done: item.stateName === "done"
-    readonly property bool showsHint: item.confidence === "verify by ear" && !done
+    // A pair's layout is given by its two files, not guessed.
+    readonly property bool showsHint: item.confidence === "verify by ear" && !done && !item.isPair
 
     implicitHeight: Math.max(content.implicitHeight, 30) + 22
 
