@@ -80,9 +80,12 @@ private:
     bool named_ = false;
 };
 
-std::string jsonLine(const std::string& path, const BounceResult& r)
+std::string jsonLine(const QueuedSource& source, const BounceResult& r)
 {
-    std::string line = "{\"path\":" + jsonString(path);
+    std::string line = "{\"path\":" + jsonString(source.path.string());
+    if (source.isPair())
+        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
+                jsonString(source.right->string()) + "}";
     line += ",\"output\":" + (r.ok ? jsonString(r.output.string()) : std::string("null"));
     line += std::string(",\"ok\":") + (r.ok ? "true" : "false");
     line += ",\"status\":" + jsonString(r.status);
@@ -121,21 +124,22 @@ void drawProgress(std::size_t done, std::size_t total)
 
 // _sd2_outputs goes beside the first file that can be read: a mistyped path must not
 // grow folders, nor catch the other files' outputs.
-std::optional<fs::path> defaultOutputFolder(const std::vector<std::string>& paths)
+std::optional<fs::path> defaultOutputFolder(const std::vector<QueuedSource>& sources)
 {
-    const auto readable =
-        std::find_if(paths.begin(), paths.end(), [](const std::string& path) { return MappedFile::open(path).ok(); });
-    if (readable == paths.end())
+    const auto readable = std::find_if(sources.begin(), sources.end(),
+                                       [](const QueuedSource& source) { return MappedFile::open(source.path).ok(); });
+    if (readable == sources.end())
         return std::nullopt;
-    return fs::path(*readable).parent_path() / "_sd2_outputs";
+    return readable->path.parent_path() / "_sd2_outputs";
 }
 
 } // namespace
 
 int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err)
 {
-    const Queue queue = queuePaths(options.common.paths);
-    const std::vector<std::string>& paths = queue.paths;
+    const Queue queue = queuePaths(options.common.paths, options.common.joinPairs);
+    const std::vector<QueuedSource>& sources = queue.sources;
+    const std::vector<std::string> paths = sourceNames(sources);
     Report report(out);
     for (const SkippedPath& skipped : queue.skipped) {
         if (options.common.json)
@@ -159,9 +163,9 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     settings.channels = options.channels;
     settings.normalize = options.normalize;
     const std::optional<fs::path> folder =
-        options.outputFolder.empty() ? defaultOutputFolder(paths) : fs::path(options.outputFolder);
+        options.outputFolder.empty() ? defaultOutputFolder(sources) : fs::path(options.outputFolder);
     // With no readable file there is no folder to make: every file fails before writing.
-    settings.outputFolder = folder.value_or(fs::path(paths.front()).parent_path() / "_sd2_outputs");
+    settings.outputFolder = folder.value_or(sources.front().path.parent_path() / "_sd2_outputs");
     if (folder) {
         std::error_code ignored; // a folder that cannot be made shows up in every file's write error
         fs::create_directories(settings.outputFolder, ignored);
@@ -177,12 +181,14 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
             // Detect first, as the app does when a file is queued.
-            const Detection detection = detectPath(paths[i], settings.sourceFormat);
+            // A pair's halves are read when it is bounced, so its detection happens there.
+            const Detection detection = sources[i].isPair() ? Detection{Unreadable{}}
+                                                            : detectPath(sources[i].path.string(), settings.sourceFormat);
             const auto* found = std::get_if<FileDetection>(&detection);
             const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
             const std::int64_t detectedChannels = found ? found->channels.channels : 2;
             const BounceItem item{
-                paths[i], [&] { return detected; },
+                sources[i].path, [&] { return detected; },
                 [&]() -> std::int64_t {
                     switch (options.channelOverride) {
                     case ChannelOverride::mono: return 1;
@@ -190,7 +196,8 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                     case ChannelOverride::automatic: break;
                     }
                     return detectedChannels;
-                }};
+                },
+                sources[i].right};
             NamingObserver observer(names, i);
             return bounceFile(item, settings, observer);
         },
@@ -199,7 +206,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                 status = 1;
             if (progress)
                 drawProgress(paths.size(), paths.size()); // clear the bar before printing over it
-            report.line(options.common.json ? jsonLine(paths[i], result) : plainLine(paths[i], width, result));
+            report.line(options.common.json ? jsonLine(sources[i], result) : plainLine(paths[i], width, result));
             if (progress && i + 1 < paths.size())
                 drawProgress(i + 1, paths.size());
         });

@@ -10,11 +10,19 @@ namespace quorvel::cli {
 
 namespace {
 
-std::string jsonLine(const std::string& path, const Detection& outcome)
+std::string jsonLine(const QueuedSource& source, const Detection& outcome)
 {
-    std::string line = "{\"path\":" + jsonString(path);
+    std::string line = "{\"path\":" + jsonString(source.path.string());
+    if (source.isPair())
+        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
+                jsonString(source.right->string()) + "}";
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
         return line + ",\"error\":" + jsonString("Unreadable file: " + failed->reason) + "}";
+    if (const auto* pair = std::get_if<PairDetection>(&outcome)) {
+        line += ",\"format\":" + (pair->agree ? jsonString(pair->format.rawValue()) : std::string("null"));
+        line += ",\"channels\":2,\"confidence\":" + (pair->agree ? jsonString(pair->confidence) : std::string("null"));
+        return line + ",\"status\":" + jsonString(pair->status) + "}";
+    }
 
     const auto& found = std::get<FileDetection>(outcome);
     line += ",\"format\":" + jsonString(found.format.best.rawValue());
@@ -30,11 +38,13 @@ std::string jsonLine(const std::string& path, const Detection& outcome)
     return line + "},\"status\":" + jsonString(found.status) + "}";
 }
 
-std::string plainLine(const std::string& path, std::size_t nameWidth, const Detection& outcome)
+std::string plainLine(const std::string& name, std::size_t nameWidth, const Detection& outcome)
 {
-    std::string line = paddedName(path, nameWidth);
+    std::string line = paddedName(name, nameWidth);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
         return line + "Unreadable file (" + printableName(failed->reason) + ")";
+    if (const auto* pair = std::get_if<PairDetection>(&outcome))
+        return line + pair->status;
     return line + std::get<FileDetection>(outcome).status;
 }
 
@@ -42,8 +52,9 @@ std::string plainLine(const std::string& path, std::size_t nameWidth, const Dete
 
 int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err)
 {
-    const Queue queue = queuePaths(options.paths);
-    const std::vector<std::string>& paths = queue.paths;
+    const Queue queue = queuePaths(options.paths, options.joinPairs);
+    const std::vector<QueuedSource>& sources = queue.sources;
+    const std::vector<std::string> names = sourceNames(sources);
     Report report(out);
     for (const SkippedPath& skipped : queue.skipped) {
         if (options.json)
@@ -53,19 +64,19 @@ int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err
             err << skippedLine(skipped) << '\n';
     }
     int status = queue.skipped.empty() ? 0 : 1;
-    if (paths.empty()) {
+    if (sources.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
         return std::max(1, report.finish(err));
     }
 
-    const std::size_t nameWidth = nameColumn(paths);
+    const std::size_t nameWidth = nameColumn(names);
 
     forEachInOrder(
-        paths.size(), options.jobs, [&](std::size_t i) { return detectPath(paths[i], options.sourceFormat); },
+        sources.size(), options.jobs, [&](std::size_t i) { return detectSource(sources[i], options.sourceFormat); },
         [&](std::size_t i, const Detection& outcome) {
             if (std::holds_alternative<Unreadable>(outcome))
                 status = 1;
-            report.line(options.json ? jsonLine(paths[i], outcome) : plainLine(paths[i], nameWidth, outcome));
+            report.line(options.json ? jsonLine(sources[i], outcome) : plainLine(names[i], nameWidth, outcome));
         });
     return std::max(status, report.finish(err));
 }

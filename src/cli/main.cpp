@@ -8,11 +8,11 @@
 
 namespace {
 
-constexpr const char* kUsage = R"(usage: sd2wav detect [--source-format auto|s16be|s24be|s16le|s24le] [--json] [-j N] PATH...
+constexpr const char* kUsage = R"(usage: sd2wav detect [--source-format auto|s16be|s24be|s16le|s24le] [--json] [--no-pairs] [-j N] PATH...
        sd2wav convert [--rate 44100|48000|88200|96000] [--depth 16|24|32]
                       [--channels stereo|preserve|mono] [--normalize]
                       [--source-format F] [--source-rate 44100|48000|22050]
-                      [--mono|--stereo] [-o DIR] [-j N] [--json] PATH...
+                      [--mono|--stereo] [--no-pairs] [-o DIR] [-j N] [--json] PATH...
        sd2wav demo [FOLDER]
        sd2wav --help
 
@@ -25,7 +25,10 @@ bounces it to WAV.
              --source-format F  read every file as F instead of detecting it (the
                                 layout is still detected); default auto
              --json             one JSON object per line: path, format, channels,
-                                confidence, corr, scores, status (or path, error)
+                                confidence, corr, scores, status (or path, error);
+                                a split-stereo pair adds pair: {left, right}
+             --no-pairs         keep NAME.L and NAME.R as two mono files instead of
+                                joining them into one stereo source
              -j N               files analysed at once (default: number of cores)
   convert  Bounce each file to WAV, as the Quorvel app's BOUNCE does: encoding checked
            and auto-corrected when it reads as static, never overwriting a file.
@@ -40,6 +43,7 @@ bounces it to WAV.
              -j N               files converted at once (default: number of cores)
              --json             one JSON object per line: path, output, ok, status,
                                 format, channels, autoCorrected (and error)
+             --no-pairs         convert NAME.L and NAME.R as two mono files
   demo     Write synthetic music in all four encodings, mono and stereo, to FOLDER
            (default: sd2wav-demo), then detect it. Existing files are left alone.
 

@@ -112,6 +112,8 @@ DetectOptions parseCommon(const std::vector<std::string_view>& args, std::string
         }
         else if (w == "--json")
             options.json = true;
+        else if (w == "--no-pairs")
+            options.joinPairs = false;
         else if (reader.takes("--source-format", value))
             options.sourceFormat = parseSourceFormat(value);
         else if (reader.takes("-j", value) || reader.takes("--jobs", value))

@@ -7,12 +7,15 @@
 
 namespace quorvel::cli {
 
-Queue queuePaths(const std::vector<std::string>& given)
+Queue queuePaths(const std::vector<std::string>& given, bool joinPairs)
 {
     CollectedPaths intake = collectSd2Paths(PathList(given.begin(), given.end()), {});
     Queue queue;
-    for (const auto& path : intake.paths)
-        queue.paths.push_back(path.string());
+    if (joinPairs)
+        queue.sources = joinSplitStereo(intake.paths);
+    else
+        for (auto& path : intake.paths)
+            queue.sources.push_back({std::move(path), std::nullopt});
     queue.skipped = std::move(intake.skipped);
     return queue;
 }
@@ -23,6 +26,14 @@ std::string skippedLine(const SkippedPath& skipped)
            printableName(skipped.reason);
 }
 
+std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources)
+{
+    std::vector<std::string> names;
+    for (const QueuedSource& source : sources)
+        names.push_back(source.path.string() + (source.isPair() ? " + R" : ""));
+    return names;
+}
+
 Detection detectPath(const std::string& path, SourceFormatChoice choice)
 {
     const MappedFile file = MappedFile::open(path);
@@ -31,6 +42,17 @@ Detection detectPath(const std::string& path, SourceFormatChoice choice)
     if (auto found = detectFile(file.bytes(), choice))
         return *found;
     return Unreadable{"the file changed while it was being read"};
+}
+
+Detection detectSource(const QueuedSource& source, SourceFormatChoice choice)
+{
+    Detection left = detectPath(source.path.string(), choice);
+    if (!source.isPair() || std::holds_alternative<Unreadable>(left))
+        return left;
+    Detection right = detectPath(source.right->string(), choice);
+    if (const auto* failed = std::get_if<Unreadable>(&right))
+        return Unreadable{"the R half: " + failed->reason};
+    return detectPair(std::get<FileDetection>(left), std::get<FileDetection>(right), choice);
 }
 
 namespace {

@@ -1,4 +1,5 @@
 #include "model/ConverterModel.hpp"
+#include "core/io/splitStereo.hpp"
 #include "model/intake.hpp"
 
 #include <QDir>
@@ -185,8 +186,11 @@ void ConverterModel::addURLs(const QList<QUrl>& urls)
         if (url.isLocalFile())
             given.push_back(pathForUrl(url));
     std::set<std::string> queued;
-    for (const FileItemPtr& item : queue())
+    for (const FileItemPtr& item : queue()) {
         queued.insert(item->filePath().string());
+        if (const auto right = item->rightFilePath())
+            queued.insert(right->string());
+    }
 
     const CollectedPaths intake = collectSd2Paths(given, queued);
     // Files in a folder that could not be opened would otherwise just be missing.
@@ -200,8 +204,9 @@ void ConverterModel::addURLs(const QList<QUrl>& urls)
     }
 
     std::vector<FileItemPtr> added;
-    for (const auto& path : intake.paths)
-        added.push_back(std::make_shared<FileItem>(urlForPath(path)));
+    for (const QueuedSource& source : joinSplitStereo(intake.paths))
+        added.push_back(source.isPair() ? std::make_shared<FileItem>(urlForPath(source.path), urlForPath(*source.right))
+                                        : std::make_shared<FileItem>(urlForPath(source.path)));
     if (added.empty())
         return;
     items_.append(added);
@@ -238,6 +243,18 @@ void ConverterModel::requeue(FileItem* item)
     shared->setOutputURL({});
     shared->setStatus(QStringLiteral("Back in the queue"));
     detect(shared);
+}
+
+void ConverterModel::splitPair(FileItem* item)
+{
+    const FileItemPtr pair = find(item);
+    if (!pair || !pair->isPair() || pair->state() == FileItem::working)
+        return;
+    const std::vector<FileItemPtr> halves{std::make_shared<FileItem>(pair->url()),
+                                          std::make_shared<FileItem>(pair->rightUrl())};
+    items_.replace(pair.get(), halves);
+    for (const FileItemPtr& half : halves)
+        detect(half);
 }
 
 } // namespace quorvel

@@ -100,7 +100,7 @@ TEST_F(Hostile, OutputFoldersThatCannotBeUsed)
 {
     take("a.sd2");
     dir.write("plain-file", {1});
-    for (const std::string& folder : {"plain-file", "plain-file/below"}) {
+    for (const std::string folder : {"plain-file", "plain-file/below"}) {
         const Result r = sh("$S convert -o " + folder + " a.sd2");
         EXPECT_EQ(r.exitCode, 1) << folder;
         EXPECT_EQ(lineFor(r.out, "a.sd2"), "a.sd2  Choked: couldn't create a file in " + folder + ": Not a directory");

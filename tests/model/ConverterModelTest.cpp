@@ -470,6 +470,42 @@ private slots:
         QFile::remove(wav);
     }
 
+    // A split-stereo pair is one row, reads and bounces as stereo, and can be taken apart.
+    void splitStereoPairIsOneRow()
+    {
+        const auto half = [](double period) { return test::encode(test::sine(44100, period, 9000), SourceFormat::s16be); };
+        dir.write("s/Gtr.L.sd2", half(20));
+        dir.write("s/Gtr.R.sd2", half(29));
+        dir.write("s/Solo.R.sd2", half(23));
+        model->addURLs({url(dir / "s")});
+        waitForDetection();
+        const auto& q = model->queue();
+        QCOMPARE(q.size(), 2u);
+        QCOMPARE(q[0]->fileName(), QStringLiteral("Gtr"));
+        QVERIFY(q[0]->isPair());
+        QCOMPARE(q[0]->halves(), QStringLiteral("Gtr.L.sd2 + Gtr.R.sd2"));
+        QVERIFY2(q[0]->status().startsWith("16-bit BE (auto) · Stereo (L + R) · "), qPrintable(q[0]->status()));
+        q[0]->setOverrideChoice(ChannelOverride::mono); // the menu does not apply to a pair
+        QCOMPARE(q[0]->sourceChannels(), 2);
+        QCOMPARE(q[1]->fileName(), QStringLiteral("Solo.R.sd2"));
+
+        model->addURLs({url(dir / "s" / "Gtr.R.sd2")}); // a queued half is not queued again
+        QCOMPARE(q.size(), 2u);
+
+        model->setTargetChannels(TargetChannels::preserve);
+        runBatch();
+        QCOMPARE(q[0]->status(), QStringLiteral("Bounced → Gtr_48kHz_24bit_stereo.wav"));
+        QCOMPARE(framesIn(q[0]->outputURL().toLocalFile()), 48000);
+
+        model->splitPair(q[0].get());
+        QStringList names;
+        for (const FileItemPtr& item : q)
+            names << item->fileName();
+        QCOMPARE(names, (QStringList{"Gtr.L.sd2", "Gtr.R.sd2", "Solo.R.sd2"}));
+        waitForDetection();
+        QVERIFY2(q[1]->status().startsWith("16-bit BE (auto) · Mono"), qPrintable(q[1]->status()));
+    }
+
     // The real player on a machine without sound output must fail gracefully, not hang.
     void auditionWithoutAudioDevice()
     {

@@ -3,6 +3,7 @@
 #include "core/detection/smoothness.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
+#include "core/pipeline/bouncePair.hpp"
 #include "core/pipeline/convertOneNative.hpp"
 #include "core/pipeline/outputNaming.hpp"
 
@@ -12,7 +13,6 @@ namespace quorvel {
 
 namespace {
 
-constexpr double kStaticBelow = 0.2;
 constexpr double kCorrectionAtLeast = 0.4;
 
 std::string channelName(std::int64_t channels) { return channels == 1 ? "mono" : "stereo"; }
@@ -96,6 +96,8 @@ std::string chokedStatus(const std::string& error)
 
 BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer)
 {
+    if (item.right)
+        return bouncePair(item, settings, observer);
     BounceResult result;
     result.format = settings.sourceFormat.fixedFormat().value_or(item.detectedFormat());
 
