@@ -8,7 +8,7 @@ namespace quorvel::cli {
 
 namespace {
 
-std::string jsonLine(const std::string& path, const Detection& outcome)
+std::string jsonLine(const std::string& path, const Detection& outcome, std::int64_t defaultRate, bool autoChoice)
 {
     std::string line = "{\"path\":" + jsonString(path);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
@@ -25,7 +25,15 @@ std::string jsonLine(const std::string& path, const Detection& outcome)
             line += ',';
         line += jsonString(candidate.rawValue()) + ":" + jsonNumber(found.format.scores[candidate.index()]);
     }
-    return line + "},\"status\":" + jsonString(found.status) + "}";
+    line += "},\"status\":" + jsonString(found.status);
+    // The rate convert will use: the file's own, else the --source-rate given.
+    const auto& described = found.source.description;
+    line += ",\"rate\":" + std::to_string(described ? described->rate : defaultRate);
+    const bool fromMetadata = described && autoChoice;
+    line += ",\"from\":" + jsonString(fromMetadata ? "metadata" : "detection");
+    if (described)
+        line += ",\"container\":" + jsonString(found.source.container);
+    return line + "}";
 }
 
 std::string plainLine(const std::string& path, std::size_t nameWidth, const Detection& outcome)
@@ -54,7 +62,7 @@ int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err
         [&](std::size_t i, const Detection& outcome) {
             if (std::holds_alternative<Unreadable>(outcome))
                 status = 1;
-            out << (options.json ? jsonLine(paths[i], outcome) : plainLine(paths[i], nameWidth, outcome)) << '\n';
+            out << (options.json ? jsonLine(paths[i], outcome, options.sourceRate.rawValue(), options.sourceFormat.isAuto()) : plainLine(paths[i], nameWidth, outcome)) << '\n';
             out.flush();
         });
     return status;

@@ -17,6 +17,7 @@ struct UsageError : std::runtime_error {
 
 struct DetectOptions {
     SourceFormatChoice sourceFormat = SourceFormatChoice::automatic();
+    SourceRate sourceRate = SourceRate::r44100; // detect only: the rate reported for files without their own
     bool json = false;
     unsigned jobs = 1;
     std::vector<std::string> paths;

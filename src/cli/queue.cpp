@@ -1,4 +1,5 @@
 #include "cli/queue.hpp"
+#include "core/detection/detectSource.hpp"
 #include "core/io/MappedFile.hpp"
 #include "model/intake.hpp"
 
@@ -20,7 +21,7 @@ Detection detectPath(const std::string& path, SourceFormatChoice choice)
     const MappedFile file = MappedFile::open(path);
     if (!file.ok())
         return Unreadable{file.error()};
-    if (auto found = detectFile(file.bytes(), choice))
+    if (auto found = detectSource(path, file.bytes(), choice))
         return *found;
     return Unreadable{"the file changed while it was being read"};
 }

@@ -1,4 +1,6 @@
 #include "core/io/MappedFile.hpp"
+#include "core/io/guardedRead.hpp"
+#include "core/metadata/checkedSource.hpp"
 #include "core/pipeline/decodeToBuffer.hpp"
 #include "core/pipeline/writeWAV.hpp"
 #include "model/ConverterModel.hpp"
@@ -22,15 +24,20 @@ void ConverterModel::preview(FileItem* item)
     // The same name for every audition of one item: a new one replaces the last.
     const QString wav = QDir(QDir::tempPath()).filePath(QStringLiteral("sd2preview_%1.wav").arg(item->idText()));
     const std::int64_t channels = item->sourceChannels();
-    const SourceFormat format = item->effectiveFormat(sourceFormatChoice_);
-    const std::int64_t rate = sourceRate_.rawValue();
+    const SourceFormatChoice choice = sourceFormatChoice_;
+    const SourceFormat format = item->effectiveFormat(choice);
+    const std::int64_t settingRate = sourceRate_.rawValue();
     const std::filesystem::path source = item->filePath();
     const QString name = item->fileName();
 
     inBackground([=, this] {
         const MappedFile file = MappedFile::open(source);
+        // Played as it will be bounced: the file's own audio bytes at its own rate.
+        FileSource audio = findFileSource(source);
+        const bool read = file.ok() && guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
+        const std::int64_t rate = audio.description ? audio.description->rate : settingRate;
         const PcmBufferPtr excerpt =
-            file.ok() ? decodeToBuffer(file.bytes(), format, rate, channels, rate * kPreviewSeconds) : nullptr;
+            read ? decodeToBuffer(audio.audio(file.bytes()), format, rate, channels, rate * kPreviewSeconds) : nullptr;
         bool written = false;
         if (excerpt) {
             try {

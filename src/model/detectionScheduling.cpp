@@ -1,4 +1,4 @@
-#include "core/detection/detectFile.hpp"
+#include "core/detection/detectSource.hpp"
 #include "core/io/MappedFile.hpp"
 #include "model/ConverterModel.hpp"
 
@@ -13,7 +13,7 @@ void ConverterModel::detect(const FileItemPtr& item)
     inBackground([this, item, choice] {
         const MappedFile file = MappedFile::open(item->filePath());
         const std::optional<FileDetection> detected =
-            file.ok() ? detectFile(file.bytes(), choice) : std::nullopt;
+            file.ok() ? detectSource(item->filePath(), file.bytes(), choice) : std::nullopt;
         if (!detected) {
             post([item] {
                 item->setStatus(QStringLiteral("Unreadable file"));

@@ -1,4 +1,5 @@
 #include "model/intake.hpp"
+#include "core/metadata/sd2Candidate.hpp"
 
 #include <QCollator>
 #include <QLocale>
@@ -12,18 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool hasSd2Extension(const fs::path& path)
-{
-    const std::string name = path.filename().string();
-    const auto dot = name.rfind('.');
-    if (dot == std::string::npos || name.size() - dot != 4)
-        return false;
-    std::string extension = name.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension == "sd2";
-}
-
 // Pre-order walk, entries in byte order of their names so the result does not depend on
 // the order the file system returns them in. Symlinked folders are listed but not entered,
 // which also keeps symlink loops out; folders that cannot be read contribute what they can.
@@ -36,7 +25,7 @@ void walk(const fs::path& folder, PathList& out)
         entries.push_back(it->path());
     std::sort(entries.begin(), entries.end());
     for (const fs::path& entry : entries) {
-        if (hasSd2Extension(entry))
+        if (isSd2Candidate(entry))
             out.push_back(entry);
         if (fs::is_directory(fs::symlink_status(entry, error)))
             walk(entry, out);
@@ -52,7 +41,7 @@ PathList collectSd2Paths(const PathList& given, const std::set<std::string>& que
         std::error_code error;
         if (fs::is_directory(path, error))
             walk(path, candidates);
-        else if (hasSd2Extension(path))
+        else if (isSd2Candidate(path))
             candidates.push_back(path);
     }
     std::erase_if(candidates, [&](const fs::path& path) { return queued.contains(path.string()); });
