@@ -22,9 +22,11 @@ std::string sourceBaseName(const std::filesystem::path& file, const FileSource& 
         name.resize(name.size() - 4);
     else if (container && source.storedName.empty())
         name = file.stem().string();
-    for (char& c : name)
-        if (c == '/' || static_cast<unsigned char>(c) < 0x20)
-            c = '_';
+    // A stored Mac name may hold what a file name here cannot.
+    if (!source.storedName.empty())
+        for (char& c : name)
+            if (c == '/' || c == '\0')
+                c = '_';
     return name.empty() ? "untitled" : name;
 }
 
