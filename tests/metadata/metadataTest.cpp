@@ -109,6 +109,8 @@ TEST(Containers, EntryTablesAndMacBinaryHeadersAreChecked)
     EXPECT_FALSE(parseAppleEntries(single, static_cast<std::int64_t>(single.size()) - 1));
     EXPECT_FALSE(parseAppleEntries(std::span(single).first(40), 40));
     Bytes version = single;
+    version[5] = 1; // version 1 is read the same way
+    EXPECT_TRUE(parseAppleEntries(version, static_cast<std::int64_t>(version.size())));
     version[5] = 3;
     EXPECT_FALSE(parseAppleEntries(version, static_cast<std::int64_t>(version.size())));
 

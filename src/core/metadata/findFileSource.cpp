@@ -51,11 +51,12 @@ std::optional<ForkReading> readSidecar(const fs::path& path)
     const ByteReader in(file->bytes);
     const auto size = static_cast<std::int64_t>(file->bytes.size());
     if (const auto entries = parseAppleEntries(file->bytes, size); entries && !entries->single) {
-        const bool typed = entries->finderInfo && sd2Type(in.bytes(entries->finderInfo->offset,
-                                                                    std::min<std::int64_t>(4, entries->finderInfo->length))
-                                                              .value_or(std::span<const std::uint8_t>{}));
-        const auto fork = entries->resourceFork ? in.bytes(entries->resourceFork->offset, entries->resourceFork->length)
-                                                : std::nullopt;
+        const auto range = [&](const std::optional<ByteRange>& entry) {
+            return entry ? in.bytes(entry->offset, entry->length) : std::nullopt;
+        };
+        const auto info = range(entries->finderInfo);
+        const bool typed = info && sd2Type(*info);
+        const auto fork = range(entries->resourceFork);
         return fork ? readFork(*fork, typed, "AppleDouble") : ForkReading{std::nullopt, typed, "AppleDouble"};
     }
     return readFork(file->bytes, false, "resource fork");
