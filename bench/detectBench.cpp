@@ -1,8 +1,10 @@
 // Detection cost of one file. It must not grow with the file: only the analysed windows
 // and prefix are touched, so a 1 GB file should cost the same as a 10 MB one.
 #include "core/detection/detectFile.hpp"
+#include "core/detection/detectSource.hpp"
 #include "core/formats/encodeSample.hpp"
 #include "core/io/MappedFile.hpp"
+#include "../tests/support/forks.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -52,7 +54,48 @@ void detectMappedFile(benchmark::State& state)
     state.SetLabel(std::to_string(state.range(0)) + " MB");
 }
 
+// The same file under a second name with an AppleDouble sidecar that describes it, so
+// detection reads the fork, checks its encoding against the audio and scores the candidates.
+fs::path benchFileWithSidecar(std::int64_t megabytes)
+{
+    const fs::path plain = benchFile(megabytes);
+    const fs::path path = fs::path(plain).replace_filename("quorvel-bench-" + std::to_string(megabytes) + "MB-described.sd2");
+    std::error_code ignored;
+    if (!fs::exists(path))
+        fs::create_hard_link(plain, path, ignored);
+    const test::Bytes sidecar = test::appleDouble(test::resourceFork({"2", "44100.000000", "2"}));
+    std::ofstream(fs::path(path).replace_filename("._" + path.filename().string()), std::ios::binary)
+        .write(reinterpret_cast<const char*>(sidecar.data()), static_cast<std::streamsize>(sidecar.size()));
+    return path;
+}
+
+void detectSourceWithSidecar(benchmark::State& state)
+{
+    const fs::path path = benchFileWithSidecar(state.range(0));
+    for (auto _ : state) {
+        const MappedFile file = MappedFile::open(path);
+        const auto found = detectSource(path, file.bytes(), SourceFormatChoice::automatic());
+        if (!found || !found->source.description)
+            state.SkipWithError("the sidecar was not used");
+        benchmark::DoNotOptimize(found);
+    }
+    state.SetLabel(std::to_string(state.range(0)) + " MB, sidecar");
+}
+
+// Without a sidecar: the metadata look-up's cost on top of plain detection.
+void detectSourceWithout(benchmark::State& state)
+{
+    const fs::path path = benchFile(state.range(0));
+    for (auto _ : state) {
+        const MappedFile file = MappedFile::open(path);
+        benchmark::DoNotOptimize(detectSource(path, file.bytes(), SourceFormatChoice::automatic()));
+    }
+    state.SetLabel(std::to_string(state.range(0)) + " MB, no sidecar");
+}
+
 } // namespace
 
 BENCHMARK(detectMappedFile)->Arg(10)->Arg(1000)->Unit(benchmark::kMillisecond);
+BENCHMARK(detectSourceWithout)->Arg(1000)->Unit(benchmark::kMillisecond);
+BENCHMARK(detectSourceWithSidecar)->Arg(10)->Arg(1000)->Unit(benchmark::kMillisecond);
 BENCHMARK_MAIN();

@@ -5,7 +5,7 @@
 #   fuzz/run.sh replay [TARGET...]      run every saved input under fuzz/regressions/ once;
 #                                       fails if any of them still crashes
 #
-# Targets: fuzz_detection fuzz_convert fuzz_intake (all by default). FUZZ_JOBS=2 runs two
+# Targets: fuzz_detection fuzz_convert fuzz_intake fuzz_fork (all by default). FUZZ_JOBS=2 runs two
 # targets at once (default 1). Corpora grow in build-fuzz/corpus/<target>, seeded by
 # fuzz_seed; logs go to build-fuzz/logs/<target>/. A crashing input is written to
 # fuzz/regressions/<target>/; the run then goes on with the rest of its time, and an input
@@ -14,7 +14,7 @@ set -euo pipefail
 
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="$root/build-fuzz"
-all_targets=(fuzz_detection fuzz_convert fuzz_intake)
+all_targets=(fuzz_detection fuzz_convert fuzz_intake fuzz_fork)
 
 mode=run
 duration=600
@@ -34,6 +34,7 @@ done
 max_len() {
     case $1 in
     fuzz_intake) echo 2048 ;;
+    fuzz_fork) echo 16384 ;;
     *) echo 65536 ;;
     esac
 }

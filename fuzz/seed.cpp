@@ -6,6 +6,7 @@
 #include "intakeProgram.hpp"
 
 #include "core/formats/encodeSample.hpp"
+#include "../tests/support/forks.hpp"
 
 #include <cmath>
 #include <cstdio>
@@ -157,6 +158,19 @@ void intakeSeeds(const fs::path& dir)
     save(dir, "raw_name", program({file, Bytes{0xE5, 0xFF, 0x80, '.', 's', 'D', '2'}}));
 }
 
+// Each container the fork travels in, a swapped fork, and an AppleDouble of another file.
+void forkSeeds(const fs::path& dir)
+{
+    const Bytes fork = test::resourceFork({});
+    const Bytes audio = tone(SourceFormat::s24be, 2, 200);
+    save(dir, "bare_fork", fork);
+    save(dir, "swapped_fork", test::resourceFork({"44100.000000", "2", "1"}));
+    save(dir, "apple_double", test::appleDouble(fork));
+    save(dir, "apple_double_text", test::appleContainer(0x00051607, {{9, test::finderInfo("TEXT", "ttxt")}}));
+    save(dir, "apple_single", test::appleSingle(audio, fork));
+    save(dir, "mac_binary", test::macBinary("Mix 3", audio, fork));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -169,5 +183,6 @@ int main(int argc, char** argv)
     detectionSeeds(root / "fuzz_detection");
     convertSeeds(root / "fuzz_convert");
     intakeSeeds(root / "fuzz_intake");
+    forkSeeds(root / "fuzz_fork");
     return 0;
 }

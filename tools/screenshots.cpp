@@ -32,7 +32,7 @@ void writeTake(const QString& path, quorvel::SourceFormat format, int channels, 
     const double full = bps == 2 ? 12000 : 3000000;
     for (int i = 0; i < 44100 * 2; ++i)
         for (int c = 0; c < channels; ++c) {
-            std::uint8_t sample[3];
+            std::uint8_t sample[4]; // room for the widest encoding
             const double t = i / 44100.0;
             quorvel::encodeSample(static_cast<std::int32_t>(full * std::sin(2 * std::numbers::pi * hz * (c + 1) * t)),
                                   format, sample);

@@ -10,7 +10,7 @@ namespace quorvel::cli {
 
 namespace {
 
-std::string jsonLine(const QueuedSource& source, const Detection& outcome)
+std::string jsonLine(const QueuedSource& source, const Detection& outcome, std::int64_t defaultRate, bool autoChoice)
 {
     std::string line = "{\"path\":" + jsonString(source.path.string());
     if (source.isPair())
@@ -21,7 +21,9 @@ std::string jsonLine(const QueuedSource& source, const Detection& outcome)
     if (const auto* pair = std::get_if<PairDetection>(&outcome)) {
         line += ",\"format\":" + (pair->agree ? jsonString(pair->format.rawValue()) : std::string("null"));
         line += ",\"channels\":2,\"confidence\":" + (pair->agree ? jsonString(pair->confidence) : std::string("null"));
-        return line + ",\"status\":" + jsonString(pair->status) + "}";
+        line += ",\"status\":" + jsonString(pair->status);
+        line += ",\"rate\":" + std::to_string(pair->rate.value_or(defaultRate));
+        return line + ",\"from\":" + jsonString(pair->rate && autoChoice ? "metadata" : "detection") + "}";
     }
 
     const auto& found = std::get<FileDetection>(outcome);
@@ -35,7 +37,15 @@ std::string jsonLine(const QueuedSource& source, const Detection& outcome)
             line += ',';
         line += jsonString(candidate.rawValue()) + ":" + jsonNumber(found.format.scores[candidate.index()]);
     }
-    return line + "},\"status\":" + jsonString(found.status) + "}";
+    line += "},\"status\":" + jsonString(found.status);
+    // The rate convert will use: the file's own, else the --source-rate given.
+    const auto& described = found.source.description;
+    line += ",\"rate\":" + std::to_string(described ? described->rate : defaultRate);
+    const bool fromMetadata = described && autoChoice;
+    line += ",\"from\":" + jsonString(fromMetadata ? "metadata" : "detection");
+    if (described)
+        line += ",\"container\":" + jsonString(found.source.container);
+    return line + "}";
 }
 
 std::string plainLine(const std::string& name, std::size_t nameWidth, const Detection& outcome)
@@ -72,11 +82,12 @@ int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err
     const std::size_t nameWidth = nameColumn(names);
 
     forEachInOrder(
-        sources.size(), options.jobs, [&](std::size_t i) { return detectSource(sources[i], options.sourceFormat); },
+        sources.size(), options.jobs, [&](std::size_t i) { return detectQueued(sources[i], options.sourceFormat); },
         [&](std::size_t i, const Detection& outcome) {
             if (std::holds_alternative<Unreadable>(outcome))
                 status = 1;
-            report.line(options.json ? jsonLine(sources[i], outcome) : plainLine(names[i], nameWidth, outcome));
+            report.line(options.json ? jsonLine(sources[i], outcome, options.sourceRate.rawValue(), options.sourceFormat.isAuto())
+                                     : plainLine(names[i], nameWidth, outcome));
         });
     return std::max(status, report.finish(err));
 }

@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr const char* kUsage = R"(usage: sd2wav detect [--source-format auto|s16be|s24be|s16le|s24le] [--json] [--no-pairs] [-j N] PATH...
+constexpr const char* kUsage = R"(usage: sd2wav detect [--source-format auto|s16be|s24be|s16le|s24le] [--source-rate HZ]
+                     [--json] [--no-pairs] [-j N] PATH...
        sd2wav convert [--rate 44100|48000|88200|96000] [--depth 16|24|32]
                       [--channels stereo|preserve|mono] [--normalize]
                       [--source-format F] [--source-rate 44100|48000|22050]
@@ -20,13 +21,17 @@ Works out how the headerless audio in Sound Designer II (.sd2) files is encoded,
 bounces it to WAV.
 
   detect   For each .sd2 file, print its encoding, whether it is mono or stereo and how
-           sure the detection is. PATHs are files or folders; folders are searched
-           through, and ".sd2" matches in any letter case.
+           sure the detection is, or what the file's own metadata (resource fork,
+           AppleDouble, MacBinary, AppleSingle) says. PATHs are files or folders;
+           folders are searched through, and ".sd2" matches in any letter case.
              --source-format F  read every file as F instead of detecting it (the
                                 layout is still detected); default auto
+             --source-rate HZ   the rate reported for files without their own
+                                metadata (default 44100)
              --json             one JSON object per line: path, format, channels,
-                                confidence, corr, scores, status (or path, error);
-                                a split-stereo pair adds pair: {left, right}
+                                confidence, corr, scores, status, rate, from,
+                                container (or path, error); a split-stereo pair
+                                adds pair: {left, right}
              --no-pairs         keep NAME.L and NAME.R as two mono files instead of
                                 joining them into one stereo source
              -j N               files analysed at once (default: number of cores)
@@ -37,7 +42,8 @@ bounces it to WAV.
              --channels C       stereo deliverable, preserve source or force mono
                                 (default stereo)
              --normalize        match to −14 LUFS with a −1 dBTP true-peak ceiling
-             --source-rate HZ   the rate the source was recorded at (default 44100)
+             --source-rate HZ   the rate the source was recorded at, for files whose
+                                metadata gives none (default 44100)
              --mono, --stereo   read every file as mono or stereo instead of detecting it
              -o DIR             output folder (default: _sd2_outputs beside the first file)
              -j N               files converted at once (default: number of cores)

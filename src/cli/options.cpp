@@ -130,7 +130,16 @@ DetectOptions parseCommon(const std::vector<std::string_view>& args, std::string
 
 DetectOptions parseDetectOptions(const std::vector<std::string_view>& args)
 {
-    return parseCommon(args, "detect", [](ArgReader&) { return false; });
+    SourceRate sourceRate = SourceRate::r44100;
+    DetectOptions options = parseCommon(args, "detect", [&](ArgReader& reader) {
+        std::string_view value;
+        if (!reader.takes("--source-rate", value))
+            return false;
+        sourceRate = parseNumber<SourceRate>("--source-rate", value, "44100, 48000 or 22050");
+        return true;
+    });
+    options.sourceRate = sourceRate;
+    return options;
 }
 
 ConvertOptions parseConvertOptions(const std::vector<std::string_view>& args)

@@ -17,6 +17,7 @@ struct UsageError : std::runtime_error {
 
 struct DetectOptions {
     SourceFormatChoice sourceFormat = SourceFormatChoice::automatic();
+    SourceRate sourceRate = SourceRate::r44100; // detect only: the rate reported for files without their own
     bool json = false;
     bool help = false;     // -h or --help in an option's place: print usage, nothing else
     bool joinPairs = true; // split-stereo halves (NAME.L + NAME.R) become one stereo source

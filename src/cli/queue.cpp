@@ -1,4 +1,5 @@
 #include "cli/queue.hpp"
+#include "core/detection/detectSource.hpp"
 #include "core/io/MappedFile.hpp"
 #include "model/intake.hpp"
 
@@ -39,20 +40,19 @@ Detection detectPath(const std::string& path, SourceFormatChoice choice)
     const MappedFile file = MappedFile::open(path);
     if (!file.ok())
         return Unreadable{file.error()};
-    if (auto found = detectFile(file.bytes(), choice))
+    if (auto found = detectSource(path, file.bytes(), choice))
         return *found;
     return Unreadable{"the file changed while it was being read"};
 }
 
-Detection detectSource(const QueuedSource& source, SourceFormatChoice choice)
+Detection detectQueued(const QueuedSource& source, SourceFormatChoice choice)
 {
-    Detection left = detectPath(source.path.string(), choice);
-    if (!source.isPair() || std::holds_alternative<Unreadable>(left))
-        return left;
-    Detection right = detectPath(source.right->string(), choice);
-    if (const auto* failed = std::get_if<Unreadable>(&right))
-        return Unreadable{"the R half: " + failed->reason};
-    return detectPair(std::get<FileDetection>(left), std::get<FileDetection>(right), choice);
+    if (!source.isPair())
+        return detectPath(source.path.string(), choice);
+    std::string unreadable;
+    if (auto pair = detectPairFiles(source.path, *source.right, choice, unreadable))
+        return *pair;
+    return Unreadable{unreadable};
 }
 
 namespace {

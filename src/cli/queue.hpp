@@ -33,7 +33,7 @@ using Detection = std::variant<FileDetection, PairDetection, Unreadable>;
 // Detection of one queued file, read memory-mapped, as the app runs it on arrival.
 Detection detectPath(const std::string& path, SourceFormatChoice choice);
 // The same for a queued source; a pair's halves are each detected, then read together.
-Detection detectSource(const QueuedSource& source, SourceFormatChoice choice);
+Detection detectQueued(const QueuedSource& source, SourceFormatChoice choice);
 
 // A path, or any text that may hold one, as one line of text: line breaks, tabs and other
 // control characters (C1 ones included) escaped, so names cannot move the cursor or

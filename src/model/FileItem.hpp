@@ -60,7 +60,7 @@ public:
     QString halves() const; // "Gtr.L.sd2 + Gtr.R.sd2" for a pair, else empty
 
     std::int64_t detectedChannels() const { return detectedChannels_.load(); }
-    SourceFormat detectedFormat() const { return SourceFormat::allCases()[detectedFormat_.load()]; }
+    SourceFormat detectedFormat() const { return static_cast<SourceFormat::Case>(detectedFormat_.load()); }
     QString detectedFormatId() const;
     QString confidence() const { return confidence_; }
     double corr() const { return corr_; }

@@ -1,4 +1,6 @@
 #include "core/io/MappedFile.hpp"
+#include "core/io/guardedRead.hpp"
+#include "core/metadata/checkedSource.hpp"
 #include "core/pipeline/decodePair.hpp"
 #include "core/pipeline/writeWAV.hpp"
 #include "model/ConverterModel.hpp"
@@ -22,22 +24,29 @@ void ConverterModel::preview(FileItem* item)
     // The same name for every audition of one item: a new one replaces the last.
     const QString wav = QDir(QDir::tempPath()).filePath(QStringLiteral("sd2preview_%1.wav").arg(item->idText()));
     const std::int64_t channels = item->sourceChannels();
-    const SourceFormat format = item->effectiveFormat(sourceFormatChoice_);
-    const std::int64_t rate = sourceRate_.rawValue();
+    const SourceFormatChoice choice = sourceFormatChoice_;
+    const SourceFormat format = item->effectiveFormat(choice);
+    const std::int64_t settingRate = sourceRate_.rawValue();
     const std::filesystem::path source = item->filePath();
     const std::optional<std::filesystem::path> right = item->rightFilePath();
     const QString name = item->fileName();
 
     inBackground([=, this] {
         const MappedFile file = MappedFile::open(source);
-        const std::int64_t frames = rate * kPreviewSeconds;
+        // Played as it will be bounced: the file's own audio bytes at its own rate, and a
+        // split-stereo pair's two halves side by side.
+        FileSource audio = findFileSource(source);
+        const bool read = file.ok() && guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
+        const std::int64_t rate = audio.description ? audio.description->rate : settingRate;
         PcmBufferPtr excerpt;
-        if (right) {
+        if (read && right) {
             const MappedFile rightFile = MappedFile::open(*right);
-            if (file.ok() && rightFile.ok())
-                excerpt = decodePairToBuffer(file.bytes(), rightFile.bytes(), format, rate, frames);
-        } else if (file.ok()) {
-            excerpt = decodeToBuffer(file.bytes(), format, rate, channels, frames);
+            const FileSource rightAudio = findFileSource(*right);
+            if (rightFile.ok())
+                excerpt = decodePairToBuffer(audio.audio(file.bytes()), rightAudio.audio(rightFile.bytes()), format, rate,
+                                             rate * kPreviewSeconds);
+        } else if (read) {
+            excerpt = decodeToBuffer(audio.audio(file.bytes()), format, rate, channels, rate * kPreviewSeconds);
         }
         bool written = false;
         if (excerpt) {

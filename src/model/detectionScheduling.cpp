@@ -1,4 +1,5 @@
 #include "core/detection/detectPair.hpp"
+#include "core/detection/detectSource.hpp"
 #include "core/io/MappedFile.hpp"
 #include "model/ConverterModel.hpp"
 
@@ -17,7 +18,7 @@ void ConverterModel::detect(const FileItemPtr& item)
     inBackground([this, item, choice] {
         const MappedFile file = MappedFile::open(item->filePath());
         const std::optional<FileDetection> detected =
-            file.ok() ? detectFile(file.bytes(), choice) : std::nullopt;
+            file.ok() ? detectSource(item->filePath(), file.bytes(), choice) : std::nullopt;
         if (!detected) {
             post([item] {
                 item->setStatus(QStringLiteral("Unreadable file"));
@@ -38,25 +39,21 @@ void ConverterModel::detect(const FileItemPtr& item)
 void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice choice)
 {
     inBackground([this, item, choice] {
-        const auto detectHalf = [&](const std::filesystem::path& path) -> std::optional<FileDetection> {
-            const MappedFile file = MappedFile::open(path);
-            return file.ok() ? detectFile(file.bytes(), choice) : std::nullopt;
-        };
-        const auto left = detectHalf(item->filePath());
-        const auto right = detectHalf(*item->rightFilePath());
-        if (!left || !right) {
+        std::string unreadable;
+        const std::optional<PairDetection> pair = detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable);
+        if (!pair) {
             post([item] {
                 item->setStatus(QStringLiteral("Unreadable file"));
                 item->setConfidence(QStringLiteral("—"));
             });
             return;
         }
-        post([item, pair = detectPair(*left, *right, choice)] {
-            item->setDetectedFormat(pair.format);
+        post([item, found = *pair] {
+            item->setDetectedFormat(found.format);
             item->setDetectedChannels(2);
-            item->setConfidence(pair.agree ? QString::fromUtf8(pair.confidence) : QStringLiteral("—"));
-            item->setCorr(pair.left.channels.corr);
-            item->setStatus(QString::fromStdString(pair.status));
+            item->setConfidence(found.agree ? QString::fromUtf8(found.confidence) : QStringLiteral("—"));
+            item->setCorr(found.left.channels.corr);
+            item->setStatus(QString::fromStdString(found.status));
         });
     });
 }

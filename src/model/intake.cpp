@@ -1,5 +1,6 @@
 #include "model/intake.hpp"
 #include "core/io/fileIdentity.hpp"
+#include "core/metadata/sd2Candidate.hpp"
 
 #include <QCollator>
 #include <QLocale>
@@ -12,18 +13,6 @@ namespace quorvel {
 namespace fs = std::filesystem;
 
 namespace {
-
-bool hasSd2Extension(const fs::path& path)
-{
-    const std::string name = path.filename().string();
-    const auto dot = name.rfind('.');
-    if (dot == std::string::npos || name.size() - dot != 4)
-        return false;
-    std::string extension = name.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension == "sd2";
-}
 
 // Pre-order walk, entries in byte order of their names so the result does not depend on
 // the order the file system returns them in. Symlinked folders are listed but not entered,
@@ -40,13 +29,13 @@ void walk(const fs::path& folder, PathList& out, std::vector<SkippedPath>& skipp
         skipped.push_back({folder, error.message()});
     std::sort(entries.begin(), entries.end());
     for (const fs::directory_entry& entry : entries) {
-        if (hasSd2Extension(entry.path()))
+        if (isSd2Candidate(entry.path()))
             out.push_back(entry.path());
         std::error_code typeError;
         const bool symlink = entry.is_symlink(typeError);
         if (!typeError && !symlink && entry.is_directory(typeError))
             walk(entry.path(), out, skipped);
-        else if (typeError && !hasSd2Extension(entry.path()))
+        else if (typeError && !isSd2Candidate(entry.path()))
             skipped.push_back({entry.path(), typeError.message()});
     }
 }
@@ -61,7 +50,7 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
         std::error_code error;
         if (fs::is_directory(fs::status(path, error)))
             walk(path, candidates, intake.skipped);
-        else if (hasSd2Extension(path))
+        else if (isSd2Candidate(path))
             candidates.push_back(path);
         else if (error)
             intake.skipped.push_back({path, error.message()});

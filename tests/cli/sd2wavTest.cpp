@@ -1,4 +1,5 @@
 #include "support/files.hpp"
+#include "support/forks.hpp"
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
@@ -104,7 +105,8 @@ TEST_F(Sd2wav, JsonLinesAreTheSameWhateverTheJobCount)
     EXPECT_EQ(out[0].substr(0, out[0].find(",\"corr\"")),
               "{\"path\":\"" + take + "\",\"format\":\"s16be\",\"channels\":1,\"confidence\":\"confident\"");
     EXPECT_NE(out[0].find("\"scores\":{\"s16be\":0.951"), std::string::npos) << out[0];
-    EXPECT_TRUE(out[0].ends_with(",\"status\":\"16-bit BE (auto) · Mono · confident\"}")) << out[0];
+    EXPECT_TRUE(out[0].ends_with(",\"status\":\"16-bit BE (auto) · Mono · confident\",\"rate\":44100,\"from\":\"detection\"}"))
+        << out[0];
     EXPECT_NE(out[1].find("\"format\":\"s24le\""), std::string::npos) << out[1];
     EXPECT_NE(out[2].find("\"confidence\":\"too short\""), std::string::npos) << out[2];
     EXPECT_EQ(out[3], "{\"path\":\"" + (dir / "d.sd2").string() + "\",\"error\":\"Unreadable file: Is a folder\"}");
@@ -253,4 +255,33 @@ TEST_F(Sd2wav, JoinsSplitStereoPairsUnlessAskedNotTo)
                                               "Mix.C_48kHz_24bit_mono.wav", "Take_48kHz_24bit_mono.wav"}));
 
     EXPECT_EQ(lines(run({"detect", "--no-pairs", session}).out).size(), 5u);
+}
+
+// A file's own metadata names its rate and where it came from; convert uses that rate.
+TEST_F(Sd2wav, MetadataGivesTheRateDetectReportsAndConvertUses)
+{
+    const auto stereo = test::interleave(test::sine(48000, 40, 10000), test::sine(48000, 25, 8000));
+    const std::string mix = write("s/Mix 3", test::encode(stereo, SourceFormat::s16be));
+    write("s/._Mix 3", test::appleDouble(test::resourceFork({"2", "48000.000000", "2"})));
+    const std::string bin = write("s/take.bin", test::macBinary("Take 1", test::encode(stereo, SourceFormat::s16be),
+                                                                test::resourceFork({"2", "22050", "2"})));
+    const std::string bare = write("s/plain.sd2", test::encode(stereo, SourceFormat::s16be));
+
+    const Outcome r = run({"detect", "--json", "--source-rate", "48000", (dir / "s").string()});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto out = lines(r.out);
+    ASSERT_EQ(out.size(), 3u) << r.out;
+    EXPECT_TRUE(out[0].ends_with("\"status\":\"16-bit BE (file info) · Stereo · 48 kHz\",\"rate\":48000,"
+                                 "\"from\":\"metadata\",\"container\":\"AppleDouble\"}"))
+        << out[0];
+    EXPECT_NE(out[1].find("\"path\":\"" + bare + "\""), std::string::npos) << out[1];
+    EXPECT_TRUE(out[1].ends_with("\"rate\":48000,\"from\":\"detection\"}")) << out[1];
+    EXPECT_TRUE(out[2].ends_with("\"rate\":22050,\"from\":\"metadata\",\"container\":\"MacBinary\"}")) << out[2];
+
+    const Outcome converted = run({"convert", "--rate", "44100", "--depth", "16", "-o", (dir / "o").string(), mix, bin});
+    ASSERT_EQ(converted.exitCode, 0) << converted.out << converted.err;
+    // 48 000 frames at 48 kHz and at 22.05 kHz, each resampled to 44.1 kHz from its own rate.
+    const auto frames = [](const fs::path& wav) { return (fs::file_size(wav) - 44) / 4; };
+    EXPECT_EQ(frames(dir / "o/Mix 3_44.1kHz_16bit_stereo.wav"), 44100u);
+    EXPECT_EQ(frames(dir / "o/Take 1_44.1kHz_16bit_stereo.wav"), 96000u);
 }

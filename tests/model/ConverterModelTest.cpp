@@ -1,5 +1,6 @@
 #include "model/ConverterModel.hpp"
 #include "support/files.hpp"
+#include "support/forks.hpp"
 #include "support/signals.hpp"
 
 #include <QAbstractItemModelTester>
@@ -285,6 +286,29 @@ private slots:
         QTRY_VERIFY(a->status().startsWith("16-bit BE (set) · "));
         QCOMPARE(a->detectedFormat(), SourceFormat::s24le);
         QCOMPARE(a->state(), FileItem::done);
+    }
+
+    // A classic Mac file with its fork in "._NAME": queued from its folder, described by the
+    // fork, and bounced from its own 48 kHz rather than the 44.1 kHz setting.
+    void fileInfoFromASidecar()
+    {
+        const auto samples = test::sine(48000, 40, 2000000);
+        dir.write("mac/Mix 3", test::encode(samples, SourceFormat::s24be));
+        dir.write("mac/._Mix 3", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
+        model->addURLs({url(dir / "mac")});
+        QCOMPARE(model->queue().size(), 1u);
+        waitForDetection();
+        const FileItemPtr item = model->queue()[0];
+        QCOMPARE(item->status(), QStringLiteral("24-bit BE (file info) · Mono · 48 kHz"));
+        QCOMPARE(item->detectedFormat(), SourceFormat::s24be);
+        QCOMPARE(item->detectedChannels(), 1);
+
+        runBatch();
+        QCOMPARE(item->state(), FileItem::done);
+        QCOMPARE(item->outputURL().fileName(), QStringLiteral("Mix 3_48kHz_24bit_stereo.wav"));
+        int rate = 0;
+        QCOMPARE(framesIn(item->outputURL().toLocalFile(), &rate), sf_count_t{48000});
+        QCOMPARE(rate, 48000);
     }
 
     void threeFileRunStepByStep()

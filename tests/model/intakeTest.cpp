@@ -1,5 +1,6 @@
 #include "model/intake.hpp"
 #include "support/files.hpp"
+#include "support/forks.hpp"
 
 #include <gtest/gtest.h>
 
@@ -82,4 +83,32 @@ TEST_F(Intake, KeepsOddNamesMissingFilesAndSurvivesSymlinkLoops)
     const PathList found = collectSd2Paths({dir / "odd"}, {}).paths;
     ASSERT_EQ(found, PathList{odd});
     EXPECT_EQ(pathForUrl(urlForPath(odd)), odd);
+}
+
+// Classic Mac files without the extension are queued when their sidecar or container says
+// Sd2f; sidecars never are, even when their names end in ".sd2".
+TEST_F(Intake, QueuesSd2fFilesByTheirTypeAndNeverTheirSidecars)
+{
+    const test::Bytes fork = test::resourceFork({});
+    touch("drop/Mix 3");
+    dir.write("drop/._Mix 3", test::appleDouble(fork));
+    touch("drop/Mix 3.1");
+    dir.write("drop/.AppleDouble/Mix 3.1", test::appleDouble(fork));
+    touch("drop/notes");
+    dir.write("drop/._notes", test::appleContainer(0x00051607, {{9, test::finderInfo("TEXT", "ttxt")}}));
+    dir.write("drop/Take.bin", test::macBinary("Take", {1, 2, 3, 4}, fork));
+    dir.write("drop/Other.bin", test::macBinary("Other", {1, 2}, fork, "TEXT"));
+    dir.write("drop/Single", test::appleSingle({1, 2, 3, 4}, fork));
+    touch("drop/take.sd2");
+    dir.write("drop/._take.sd2", test::appleDouble(fork));
+    touch("drop/Session/Audio Files/Mix 4");
+    dir.write("drop/__MACOSX/Session/Audio Files/._Mix 4", test::appleDouble(fork));
+    touch("drop/__MACOSX/Session/Audio Files/stray.sd2");
+
+    EXPECT_EQ(names(collectSd2Paths({dir / "drop"}, {}).paths),
+              (Names{"drop/Mix 3", "drop/Mix 3.1", "drop/Session/Audio Files/Mix 4", "drop/Single", "drop/Take.bin",
+                     "drop/take.sd2"}));
+    // Given one by one, the same rules hold.
+    EXPECT_EQ(names(collectSd2Paths({dir / "drop/Mix 3", dir / "drop/._take.sd2", dir / "drop/notes"}, {}).paths),
+              (Names{"drop/Mix 3"}));
 }

@@ -15,7 +15,7 @@ std::optional<FileDetection> detectFile(ByteView data, SourceFormatChoice choice
     });
     if (!read)
         return std::nullopt;
-    return FileDetection{format, used, channels, detectionStatus(used, choice, channels)};
+    return FileDetection{format, used, channels, detectionStatus(used, choice, channels), {}};
 }
 
 std::string detectionStatus(SourceFormat used, SourceFormatChoice choice, const ChannelDetection& channels)

@@ -2,6 +2,7 @@
 
 #include "core/detection/detectBestFormat.hpp"
 #include "core/detection/detectChannels.hpp"
+#include "core/metadata/FileSource.hpp"
 
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@ struct FileDetection {
     SourceFormat used;        // the encoding the channels were analysed in
     ChannelDetection channels;
     std::string status;       // "16-bit BE (auto) · Stereo · confident"
+    FileSource source;        // where the audio lies, and its metadata when trusted
 };
 
 // Scores the encodings, then analyses the channels in the best one, or in the fixed one

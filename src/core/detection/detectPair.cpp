@@ -1,4 +1,7 @@
 #include "core/detection/detectPair.hpp"
+#include "core/detection/detectSource.hpp"
+#include "core/formats/OutputOptions.hpp"
+#include "core/io/MappedFile.hpp"
 
 namespace quorvel {
 
@@ -10,21 +13,33 @@ bool isBlank(const FileDetection& half)
     return half.channels.confidence == "silent/constant" || half.channels.confidence == "too short";
 }
 
+std::optional<std::int64_t> describedRate(const FileDetection& half)
+{
+    const auto& described = half.source.description;
+    return described ? std::optional(described->rate) : std::nullopt;
+}
+
 std::string reading(const FileDetection& half)
 {
-    return std::string(half.used.shortText()) + (half.channels.channels == 1 ? " mono" : " stereo");
+    std::string text = std::string(half.used.shortText()) + (half.channels.channels == 1 ? " mono" : " stereo");
+    if (const auto rate = describedRate(half))
+        text += " " + khz(*rate);
+    return text;
 }
 
 } // namespace
 
 PairDetection detectPair(const FileDetection& left, const FileDetection& right, SourceFormatChoice choice)
 {
-    PairDetection pair{left, right, false, left.used, {}, {}};
+    PairDetection pair{left, right, false, left.used, describedRate(left), {}, {}};
     if (isBlank(left) && !isBlank(right))
         pair.format = right.used;
+    if (!pair.rate)
+        pair.rate = describedRate(right);
     const bool sameEncoding = left.used == right.used || isBlank(left) || isBlank(right);
     const bool bothMono = (left.channels.channels == 1 || isBlank(left)) && (right.channels.channels == 1 || isBlank(right));
-    pair.agree = !choice.isAuto() || (sameEncoding && bothMono);
+    const bool sameRate = !describedRate(left) || !describedRate(right) || describedRate(left) == describedRate(right);
+    pair.agree = sameRate && (!choice.isAuto() || (sameEncoding && bothMono));
     if (!pair.agree) {
         pair.status = "L and R read differently — L " + reading(left) + ", R " + reading(right) +
                       "; pick the source format in Advanced";
@@ -32,12 +47,33 @@ PairDetection detectPair(const FileDetection& left, const FileDetection& right, 
     }
     // A blank half has nothing to say; otherwise the less certain half speaks for the pair.
     pair.confidence = isBlank(left)                                            ? right.channels.confidence
-                                        : isBlank(right)                                         ? left.channels.confidence
-                                        : left.channels.confidence == right.channels.confidence ? left.channels.confidence
-                                                                                                 : "verify by ear";
-    pair.status = std::string(pair.format.shortText()) + (choice.isAuto() ? " (auto)" : " (set)") + " · Stereo (L + R) · " +
-                  std::string(pair.confidence);
+                      : isBlank(right)                                         ? left.channels.confidence
+                      : left.channels.confidence == right.channels.confidence ? left.channels.confidence
+                                                                               : "verify by ear";
+    const bool fromMetadata = choice.isAuto() && left.source.description && right.source.description;
+    const std::string label = fromMetadata ? " (file info)" : choice.isAuto() ? " (auto)" : " (set)";
+    // As for one file: metadata speaks of the rate, detection of its confidence.
+    pair.status = std::string(pair.format.shortText()) + label + " · Stereo (L + R) · " +
+                  (fromMetadata ? khz(*pair.rate) : std::string(pair.confidence));
     return pair;
+}
+
+std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, const std::filesystem::path& right,
+                                             SourceFormatChoice choice, std::string& unreadable)
+{
+    std::optional<FileDetection> halves[2];
+    const std::filesystem::path* paths[2] = {&left, &right};
+    for (int c = 0; c < 2; ++c) {
+        const MappedFile file = MappedFile::open(*paths[c]);
+        if (file.ok())
+            halves[c] = detectSource(*paths[c], file.bytes(), choice);
+        if (!halves[c]) {
+            unreadable = std::string(c == 0 ? "the L half: " : "the R half: ") +
+                         (file.ok() ? "the file changed while it was being read" : file.error());
+            return std::nullopt;
+        }
+    }
+    return detectPair(*halves[0], *halves[1], choice);
 }
 
 } // namespace quorvel

@@ -2,21 +2,30 @@
 
 #include "core/detection/detectFile.hpp"
 
+#include <cstdint>
+#include <filesystem>
+#include <optional>
 #include <string>
 
 namespace quorvel {
 
 // What the two halves of a split-stereo pair read as together. Each half is detected on its
-// own; the pair is one stereo source only when both read as mono in one encoding, or when
-// the user's fixed source format settles it.
+// own; the pair is one stereo source only when both read as mono in one encoding (and at one
+// rate, where their metadata gives one), or when the user's fixed source format settles it.
 struct PairDetection {
     FileDetection left, right;
     bool agree = false;
     SourceFormat format = SourceFormat::s16be; // the shared encoding, when they agree
+    std::optional<std::int64_t> rate;          // the halves' own rate, from their metadata
     std::string_view confidence;               // the pair's, as a file's; empty when they disagree
     std::string status; // "16-bit BE (auto) · Stereo (L + R) · confident", or why they disagree
 };
 
 PairDetection detectPair(const FileDetection& left, const FileDetection& right, SourceFormatChoice choice);
+
+// Both halves read from disk, each with its own metadata first. Nothing when a half cannot be
+// read; `unreadable` then says which and why.
+std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, const std::filesystem::path& right,
+                                             SourceFormatChoice choice, std::string& unreadable);
 
 } // namespace quorvel

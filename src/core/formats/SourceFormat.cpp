@@ -7,11 +7,13 @@ namespace {
 struct FormatTexts {
     std::string_view raw, shortText, longText;
 };
-constexpr std::array<FormatTexts, 4> kTexts{{
+constexpr std::array<FormatTexts, 6> kTexts{{
     {"s16be", "16-bit BE", "16-bit big-endian  (s16be)"},
     {"s24be", "24-bit BE", "24-bit big-endian  (s24be)"},
     {"s16le", "16-bit LE", "16-bit little-endian  (s16le)"},
     {"s24le", "24-bit LE", "24-bit little-endian  (s24le)"},
+    {"s8", "8-bit", "8-bit signed  (s8)"},
+    {"s32be", "32-bit BE", "32-bit big-endian  (s32be)"},
 }};
 } // namespace
 

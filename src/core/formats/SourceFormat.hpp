@@ -9,10 +9,12 @@
 namespace quorvel {
 
 // How the headerless sample bytes of an .sd2 file are read. The case order is the
-// detection order: on equal scores the earlier case wins.
+// detection order: on equal scores the earlier case wins. s8 and s32be come only from a
+// file's own metadata: they are neither detection candidates nor menu options, so
+// allCases() leaves them out.
 class SourceFormat {
 public:
-    enum Case : std::uint8_t { s16be, s24be, s16le, s24le };
+    enum Case : std::uint8_t { s16be, s24be, s16le, s24le, s8, s32be };
 
     constexpr SourceFormat(Case c) : c_(c) {}
     constexpr operator Case() const { return c_; }
@@ -20,8 +22,11 @@ public:
     static constexpr std::array<SourceFormat, 4> allCases() { return {s16be, s24be, s16le, s24le}; }
     static std::optional<SourceFormat> fromRaw(std::string_view raw);
 
-    constexpr int bytesPerSample() const { return c_ == s24be || c_ == s24le ? 3 : 2; }
-    constexpr bool isBigEndian() const { return c_ == s16be || c_ == s24be; }
+    constexpr int bytesPerSample() const
+    {
+        return c_ == s8 ? 1 : c_ == s32be ? 4 : c_ == s24be || c_ == s24le ? 3 : 2;
+    }
+    constexpr bool isBigEndian() const { return c_ == s16be || c_ == s24be || c_ == s8 || c_ == s32be; }
     constexpr std::size_t index() const { return c_; }
 
     std::string_view rawValue() const;

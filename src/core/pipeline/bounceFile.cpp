@@ -6,14 +6,15 @@
 #include "core/pipeline/bouncePair.hpp"
 #include "core/pipeline/convertOneNative.hpp"
 #include "core/pipeline/outputNaming.hpp"
+#include "core/pipeline/staticCheck.hpp"
+#include "core/metadata/checkedSource.hpp"
+#include "core/metadata/sourceName.hpp"
 
 #include <optional>
 
 namespace quorvel {
 
 namespace {
-
-constexpr double kCorrectionAtLeast = 0.4;
 
 std::string channelName(std::int64_t channels) { return channels == 1 ? "mono" : "stereo"; }
 
@@ -107,14 +108,19 @@ BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, 
         result.reason = file.error();
         return result;
     }
-    const ByteView data = file.bytes();
 
     // The scores read the mapped file; one that shrank since it was queued fails cleanly.
     double score = 0;
     bool wideStereo = false;
     std::optional<SourceFormat> corrected;
     result.sourceChannels = item.sourceChannels();
+    FileSource source = findFileSource(item.path);
+    ByteView data;
     const bool read = guardedRead([&] {
+        source = checkedSource(std::move(source), file.bytes(), settings.sourceFormat);
+        data = source.audio(file.bytes());
+        if (source.description && settings.sourceFormat.isAuto())
+            result.format = source.description->format;
         score = smoothness(data, result.format);
         if (score < kStaticBelow) {
             const FormatScores scores = candidateScores(data, smoothness);
@@ -146,7 +152,9 @@ BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, 
         return result;
     }
 
-    observer.analysed(analysisLine(result.autoCorrected, result.format, result.sourceChannels, settings.sourceRate));
+    // The file's own metadata gives its rate; the run's setting covers files without one.
+    const std::int64_t sourceRate = source.description ? source.description->rate : settings.sourceRate;
+    observer.analysed(analysisLine(result.autoCorrected, result.format, result.sourceChannels, sourceRate));
     result.analysed = true;
 
     result.outputChannels = settings.channels == TargetChannels::stereo ? 2
@@ -154,10 +162,10 @@ BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, 
                                                                         : result.sourceChannels;
     observer.printing(printingTitle(settings, result.outputChannels));
 
-    const std::filesystem::path to = observer.chooseOutput(settings.outputFolder, item.path.stem().string(),
+    const std::filesystem::path to = observer.chooseOutput(settings.outputFolder, sourceBaseName(item.path, source),
                                                            settings.targetRate, settings.depth, result.outputChannels);
     const ConversionResult converted =
-        convertOneNative(data, to, result.format, settings.sourceRate, result.sourceChannels, settings.targetRate,
+        convertOneNative(data, to, result.format, sourceRate, result.sourceChannels, settings.targetRate,
                          result.outputChannels, settings.depth, settings.normalize);
     result.ok = converted.ok;
     if (converted.ok) {

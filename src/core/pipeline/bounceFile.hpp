@@ -31,9 +31,6 @@ struct BounceItem {
     std::optional<std::filesystem::path> right; // a split-stereo pair's right half
 };
 
-// Below this smoothness the data reads as static in the encoding at hand.
-inline constexpr double kStaticBelow = 0.2;
-
 // Sees each step of a file's bounce as it happens, on the converting thread.
 class BounceObserver {
 public:

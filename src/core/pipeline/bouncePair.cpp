@@ -1,11 +1,13 @@
 #include "core/pipeline/bouncePair.hpp"
 #include "core/detection/detectPair.hpp"
+#include "core/detection/detectSource.hpp"
 #include "core/detection/smoothness.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
 #include "core/io/splitStereo.hpp"
 #include "core/pipeline/convertOneNative.hpp"
 #include "core/pipeline/decodePair.hpp"
+#include "core/pipeline/staticCheck.hpp"
 
 #include <charconv>
 
@@ -37,28 +39,30 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
             return result;
         }
     }
-    const ByteView left = files[0].bytes(), right = files[1].bytes();
-
     // The halves are read afresh, so the pair is judged on what is on disk now.
-    std::optional<PairDetection> pair;
+    std::optional<FileDetection> halves[2];
+    for (int c = 0; c < 2; ++c) {
+        halves[c] = detectSource(c == 0 ? item.path : *item.right, files[c].bytes(), settings.sourceFormat);
+        if (!halves[c]) {
+            result.status = "Couldn't read the file";
+            result.reason = "the file changed while it was being read";
+            return result;
+        }
+    }
+    const PairDetection pair = detectPair(*halves[0], *halves[1], settings.sourceFormat);
+    const ByteView left = halves[0]->source.audio(files[0].bytes()), right = halves[1]->source.audio(files[1].bytes());
     double scores[2] = {0, 0};
-    const bool read = guardedRead([&] {
-        const auto l = detectFile(left, settings.sourceFormat);
-        const auto r = detectFile(right, settings.sourceFormat);
-        if (!l || !r)
-            return;
-        pair = detectPair(*l, *r, settings.sourceFormat);
-        for (int c = 0; c < 2; ++c)
-            scores[c] = smoothness(c == 0 ? left : right, pair->format);
-    });
-    if (!read || !pair) {
+    if (!guardedRead([&] {
+            for (int c = 0; c < 2; ++c)
+                scores[c] = smoothness(c == 0 ? left : right, pair.format);
+        })) {
         result.status = "Couldn't read the file";
         result.reason = "the file changed while it was being read";
         return result;
     }
-    result.format = pair->format;
-    if (!pair->agree) {
-        result.status = pair->status;
+    result.format = pair.format;
+    if (!pair.agree) {
+        result.status = pair.status;
         result.reason = "the halves of the pair read differently";
         return result;
     }
@@ -72,7 +76,8 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
         }
     }
 
-    observer.analysed(analysisLine(false, result.format, 2, settings.sourceRate));
+    const std::int64_t sourceRate = pair.rate.value_or(settings.sourceRate);
+    observer.analysed(analysisLine(false, result.format, 2, sourceRate));
     result.analysed = true;
     result.outputChannels = settings.channels == TargetChannels::mono ? 1 : 2;
     observer.printing(printingTitle(settings, result.outputChannels));
@@ -82,7 +87,7 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     const std::filesystem::path to =
         observer.chooseOutput(settings.outputFolder, stem, settings.targetRate, settings.depth, result.outputChannels);
     const ConversionResult converted =
-        convertDecoded(decodePairToBuffer(left, right, result.format, settings.sourceRate), to, settings.targetRate,
+        convertDecoded(decodePairToBuffer(left, right, result.format, sourceRate), to, settings.targetRate,
                        result.outputChannels, settings.depth, settings.normalize);
     result.ok = converted.ok;
     if (!converted.ok) {
@@ -98,7 +103,7 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     if (frames[0] != frames[1]) {
         const int shorter = frames[0] < frames[1] ? 0 : 1;
         result.status += std::string(shorter == 0 ? " · L" : " · R") + " padded with " +
-                         seconds(frames[1 - shorter] - frames[shorter], settings.sourceRate) + " s of silence";
+                         seconds(frames[1 - shorter] - frames[shorter], sourceRate) + " s of silence";
     }
     return result;
 }

@@ -5,6 +5,7 @@
 #include "core/pipeline/normalize.hpp"
 #include "core/pipeline/resample.hpp"
 #include "core/pipeline/writeWAV.hpp"
+#include "core/pipeline/writeWAVPassThrough.hpp"
 
 namespace quorvel {
 
@@ -12,6 +13,16 @@ ConversionResult convertOneNative(ByteView data, const std::filesystem::path& to
                                   std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                   std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
+    if (format == SourceFormat::s32be && targetDepth == 32 && srcRate == targetRate && srcChannels == outChannels &&
+        srcChannels >= 1 && static_cast<std::int64_t>(data.size()) >= 4 * srcChannels &&
+        !normalizeLoudness) {
+        try {
+            return {true, {}, writeWAVPassThrough(data, srcRate, srcChannels, to)};
+        } catch (const WriteError& error) {
+            return {false, error.what(), {}};
+        }
+    }
+
     PcmBufferPtr buffer = decodeToBuffer(data, format, srcRate, srcChannels);
     if (!buffer)
         return {false, "couldn't read audio", {}};

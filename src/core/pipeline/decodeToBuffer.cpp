@@ -2,6 +2,7 @@
 #include "core/io/guardedRead.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 namespace quorvel {
 
@@ -21,7 +22,7 @@ PcmBufferPtr decodeToBuffer(ByteView data, SourceFormat format, std::int64_t sam
         return nullptr;
     buffer->setFrameLength(frames);
 
-    const float scale = bps == 2 ? 1.0f / 32768.0f : 1.0f / 8388608.0f;
+    const float scale = std::ldexp(1.0f, -static_cast<int>(8 * bps - 1)); // full scale is 2^(bits − 1)
     const bool read = guardedRead([&] {
         withFormat(format, [&](auto f) {
             for (std::int64_t c = 0; c < channels; ++c) {

@@ -8,8 +8,8 @@
 
 namespace quorvel {
 
-// Raw interleaved samples to a float buffer stamped with `sampleRate`, scaled by 2^-15 or
-// 2^-23 so integer sources convert exactly. A trailing partial frame is ignored. nullptr
+// Raw interleaved samples to a float buffer stamped with `sampleRate`, scaled by 2^-(bits − 1)
+// (exact up to 24 bits). A trailing partial frame is ignored. nullptr
 // when there is not one whole frame (or maxFrames < 1) or channels < 1.
 PcmBufferPtr decodeToBuffer(ByteView data, SourceFormat format, std::int64_t sampleRate, std::int64_t channels,
                             std::optional<std::int64_t> maxFrames = std::nullopt);

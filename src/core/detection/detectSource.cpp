@@ -1,0 +1,42 @@
+#include "core/detection/detectSource.hpp"
+#include "core/detection/smoothness.hpp"
+#include "core/formats/OutputOptions.hpp"
+#include "core/io/guardedRead.hpp"
+#include "core/metadata/checkedSource.hpp"
+
+namespace quorvel {
+
+std::optional<FileDetection> detectSource(const std::filesystem::path& path, ByteView file, SourceFormatChoice choice)
+{
+    FileSource source = findFileSource(path);
+    FormatScores scores{};
+    const bool read = guardedRead([&] {
+        source = checkedSource(std::move(source), file, choice);
+        if (source.description && choice.isAuto())
+            scores = candidateScores(source.audio(file), smoothness);
+    });
+    if (!read)
+        return std::nullopt;
+
+    if (!source.description || !choice.isAuto()) {
+        std::optional<FileDetection> detected = detectFile(source.audio(file), choice);
+        if (detected) {
+            if (source.mismatched)
+                detected->status += " · file info did not match the audio";
+            detected->source = std::move(source);
+        }
+        return detected;
+    }
+    const SourceDescription& described = *source.description;
+    return FileDetection{FormatDetection{described.format, scores, std::nullopt}, described.format,
+                         ChannelDetection{described.channels, "file info", 0.0}, metadataStatus(described),
+                         std::move(source)};
+}
+
+std::string metadataStatus(const SourceDescription& description)
+{
+    return std::string(description.format.shortText()) + " (file info) · " +
+           (description.channels == 1 ? "Mono" : "Stereo") + " · " + khz(description.rate);
+}
+
+} // namespace quorvel

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/formats/SourceFormat.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace quorvel {
+
+// What a file's own Sound Designer II metadata says its audio is. The encoding is
+// always big-endian: s8, s16be, s24be or s32be.
+struct SourceDescription {
+    SourceFormat format = SourceFormat::s16be;
+    std::int64_t channels = 2;
+    std::int64_t rate = 44100;
+    friend bool operator==(const SourceDescription&, const SourceDescription&) = default;
+};
+
+// One file's audio as known before any detection: where its bytes lie within the file
+// and, when its metadata survived and is trusted, what they are.
+struct FileSource {
+    std::int64_t offset = 0;                      // the data fork of a MacBinary or AppleSingle file
+    std::optional<std::int64_t> length;           // to the end of the file when absent
+    std::optional<SourceDescription> description; // trusted metadata
+    std::string container;    // where the description came from: "AppleDouble", "MacBinary", …
+    std::string storedName;   // the name a MacBinary header keeps, if any
+    bool mismatched = false;  // metadata was found, but its encoding read as static
+
+    // The audio bytes of the whole file's bytes, clamped to them.
+    std::span<const std::uint8_t> audio(std::span<const std::uint8_t> file) const
+    {
+        const auto size = static_cast<std::int64_t>(file.size());
+        const std::int64_t start = std::clamp<std::int64_t>(offset, 0, size);
+        const std::int64_t count = std::min(size - start, length.value_or(size - start));
+        return file.subspan(static_cast<std::size_t>(start), static_cast<std::size_t>(std::max<std::int64_t>(0, count)));
+    }
+
+    friend bool operator==(const FileSource&, const FileSource&) = default;
+};
+
+} // namespace quorvel

@@ -1,0 +1,277 @@
+#include "core/detection/detectSource.hpp"
+#include "core/io/MappedFile.hpp"
+#include "core/metadata/appleEntries.hpp"
+#include "core/metadata/findFileSource.hpp"
+#include "core/metadata/macBinary.hpp"
+#include "core/metadata/resourceFork.hpp"
+#include "core/metadata/trustDescription.hpp"
+#include "support/files.hpp"
+#include "support/forks.hpp"
+#include "support/signals.hpp"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+using namespace quorvel;
+namespace fs = std::filesystem;
+using test::Bytes;
+
+namespace {
+
+const SourceDescription k24Stereo48{SourceFormat::s24be, 2, 48000};
+
+Bytes stereoSine(SourceFormat format, std::size_t frames = 20000)
+{
+    const double amplitude = format.bytesPerSample() == 2 ? 12000 : 3000000;
+    return test::encode(test::interleave(test::sine(frames, 61, amplitude), test::sine(frames, 89, amplitude)), format);
+}
+
+std::optional<SourceDescription> describe(const std::string& size, const std::string& rate, const std::string& channels,
+                                          bool typed = false)
+{
+    return trustedDescription(Sd2Strings{size, rate, channels}, typed);
+}
+
+} // namespace
+
+TEST(Fork, ReadsTheStringsWhereverTheMapPutsThem)
+{
+    const auto strings = parseResourceFork(test::resourceFork({"2", "44100.000000", "1"}));
+    ASSERT_TRUE(strings);
+    EXPECT_EQ(strings->sampleSize, "2"); // the unrelated type's id 1000 is not taken
+    EXPECT_EQ(strings->sampleRate, "44100.000000");
+    EXPECT_EQ(strings->channels, "1");
+}
+
+TEST(Fork, TrustsSaneValuesOrAnSd2fTypeAndUndoesTheSwap)
+{
+    EXPECT_EQ(describe("3", "48000.000000", "2"), k24Stereo48);
+    EXPECT_EQ(describe("1", "22050", "1"), (SourceDescription{SourceFormat::s8, 1, 22050}));
+    EXPECT_EQ(describe("4", "96000.0", "2"), (SourceDescription{SourceFormat::s32be, 2, 96000}));
+    EXPECT_EQ(describe(" 2", "22254.545454", "1 "), (SourceDescription{SourceFormat::s16be, 1, 22255}));
+    // Size and rate swapped by the writer.
+    EXPECT_EQ(describe("44100.000000", "2", "2"), (SourceDescription{SourceFormat::s16be, 2, 44100}));
+    // Outside the sane range only an 'Sd2f' type is believed, and only with usable values.
+    EXPECT_FALSE(describe("2", "2000", "1"));
+    EXPECT_EQ(describe("2", "2000", "1", true), (SourceDescription{SourceFormat::s16be, 1, 2000}));
+    EXPECT_FALSE(describe("2", "1000000", "1", true));
+    EXPECT_FALSE(describe("2", "44100", "6", true));
+    EXPECT_FALSE(describe("5", "44100", "2", true));
+    EXPECT_FALSE(describe("2.5", "44100", "2"));
+    EXPECT_FALSE(describe("2", "44100 Hz", "2"));
+    EXPECT_FALSE(describe("2", "nan", "2", true));
+    EXPECT_FALSE(trustedDescription(Sd2Strings{"2", "44100", std::nullopt}, true));
+}
+
+TEST(Fork, MalformedForksAreRejectedWithoutReadingOutside)
+{
+    const Bytes good = test::resourceFork({});
+    ASSERT_TRUE(parseResourceFork(good));
+    // Every truncation fails cleanly (run under ASan this also proves no read past the end).
+    for (std::size_t n = 0; n < good.size(); ++n)
+        EXPECT_FALSE(parseResourceFork(std::span(good).first(n))) << n;
+
+    const std::size_t map = 256 + (good[11] | good[10] << 8);
+    const auto mutated = [&](std::size_t at, std::uint64_t value, int width) {
+        Bytes bad = good;
+        test::poke(bad, at, value, width);
+        return parseResourceFork(bad);
+    };
+    EXPECT_FALSE(mutated(4, 0xFFFFFFF0, 4));           // map outside the fork
+    EXPECT_FALSE(mutated(map + 24, 0xFFF0, 2));        // type list outside the map
+    Bytes manyTypes = good; // 65535 types claimed in a small map, none of them 'STR '
+    test::poke(manyTypes, map + 28, 0xFFFE, 2);
+    test::poke(manyTypes, map + 28 + 2 + 8, 0x58585858, 4);
+    EXPECT_FALSE(parseResourceFork(manyTypes));
+    EXPECT_FALSE(mutated(map + 28 + 2 + 8 + 4, 0xFFFE, 2)); // 65535 references claimed
+    EXPECT_FALSE(mutated(map + 28 + 18 + 12 + 5, 0xFFFFFF, 3)); // resource data outside
+    // A reference list pointing back into the type list reads garbage ids but ends.
+    const auto looped = mutated(map + 28 + 2 + 8 + 6, 0, 2);
+    EXPECT_TRUE(!looped || !looped->channels);
+    // A Pascal string longer than its resource.
+    Bytes longString = good;
+    longString[256 + 4] = 200;
+    EXPECT_FALSE(parseResourceFork(longString));
+}
+
+TEST(Containers, EntryTablesAndMacBinaryHeadersAreChecked)
+{
+    const Bytes fork = test::resourceFork({});
+    const Bytes data = stereoSine(SourceFormat::s24be, 100);
+    const Bytes single = test::appleSingle(data, fork);
+    const auto entries = parseAppleEntries(single, static_cast<std::int64_t>(single.size()));
+    ASSERT_TRUE(entries);
+    EXPECT_TRUE(entries->single);
+    ASSERT_TRUE(entries->dataFork);
+    EXPECT_EQ(entries->dataFork->length, static_cast<std::int64_t>(data.size()));
+    // An entry past the container's end, or a table cut short.
+    EXPECT_FALSE(parseAppleEntries(single, static_cast<std::int64_t>(single.size()) - 1));
+    EXPECT_FALSE(parseAppleEntries(std::span(single).first(40), 40));
+    Bytes version = single;
+    version[5] = 1; // version 1 is read the same way
+    EXPECT_TRUE(parseAppleEntries(version, static_cast<std::int64_t>(version.size())));
+    version[5] = 3;
+    EXPECT_FALSE(parseAppleEntries(version, static_cast<std::int64_t>(version.size())));
+
+    // The published check value of CRC-16/XMODEM.
+    const std::string check = "123456789";
+    EXPECT_EQ(crc16Xmodem(std::span(reinterpret_cast<const std::uint8_t*>(check.data()), check.size())), 0x31C3);
+    const Bytes bin = test::macBinary("Mix 3", data, fork);
+    const auto header = parseMacBinary(bin, static_cast<std::int64_t>(bin.size()));
+    ASSERT_TRUE(header);
+    EXPECT_EQ(header->name, "Mix 3");
+    EXPECT_EQ(header->dataFork.offset, 128);
+    EXPECT_EQ(header->resourceFork.offset, 128 + (static_cast<std::int64_t>(data.size()) + 127) / 128 * 128);
+    Bytes badCrc = bin;
+    badCrc[124] ^= 1;
+    EXPECT_FALSE(parseMacBinary(badCrc, static_cast<std::int64_t>(badCrc.size())));
+    EXPECT_FALSE(parseMacBinary(bin, header->resourceFork.offset + 10)); // fork past the end
+}
+
+// Every place a fork survives, each found beside the same audio.
+TEST(FindFileSource, LooksInEveryPlaceTheForkSurvives)
+{
+    test::ScratchDir dir;
+    const Bytes audio = stereoSine(SourceFormat::s24be);
+    const Bytes fork = test::resourceFork({});
+    const auto found = [&](const fs::path& file) { return findFileSource(file); };
+
+    const fs::path bare = dir.write("bare/take.sd2", audio);
+    dir.write("bare/._take.sd2", fork);
+    const fs::path doubled = dir.write("double/take.sd2", audio);
+    dir.write("double/._take.sd2", test::appleDouble(fork));
+    const fs::path netatalk = dir.write("netatalk/take.sd2", audio);
+    dir.write("netatalk/.AppleDouble/take.sd2", test::appleDouble(fork));
+    const fs::path zipped = dir.write("zip/Session/Audio Files/take.sd2", audio);
+    dir.write("zip/__MACOSX/Session/Audio Files/._take.sd2", test::appleDouble(fork));
+    const fs::path none = dir.write("none/take.sd2", audio);
+
+    for (const auto& [file, container] : {std::pair{bare, "resource fork"}, {doubled, "AppleDouble"},
+                                          {netatalk, "AppleDouble"}, {zipped, "AppleDouble"}}) {
+        const FileSource source = found(file);
+        EXPECT_EQ(source.description, k24Stereo48) << file;
+        EXPECT_EQ(source.container, container) << file;
+        EXPECT_EQ(source.offset, 0);
+        EXPECT_FALSE(source.length);
+    }
+    EXPECT_EQ(found(none), FileSource{});
+
+    // A relative path finds its sidecars and __MACOSX ancestors too.
+    const fs::path before = fs::current_path();
+    fs::current_path(dir / "zip/Session");
+    EXPECT_EQ(found("Audio Files/take.sd2").description, k24Stereo48);
+    fs::current_path(before);
+
+    // Containers: only the data fork is audio, and MacBinary keeps the stored name.
+    const fs::path bin = dir.write("mb/Mix 3.bin", test::macBinary("Mix 3", audio, test::resourceFork({"2", "44100", "1"})));
+    const FileSource mac = found(bin);
+    EXPECT_EQ(mac.description, (SourceDescription{SourceFormat::s16be, 1, 44100}));
+    EXPECT_EQ(mac.container, "MacBinary");
+    EXPECT_EQ(mac.storedName, "Mix 3");
+    const MappedFile binFile = MappedFile::open(bin);
+    EXPECT_TRUE(std::ranges::equal(mac.audio(binFile.bytes()), audio));
+
+    const fs::path as = dir.write("as/Mix 3", test::appleSingle(audio, fork));
+    const FileSource single = found(as);
+    EXPECT_EQ(single.description, k24Stereo48);
+    EXPECT_EQ(single.container, "AppleSingle");
+    const MappedFile asFile = MappedFile::open(as);
+    EXPECT_TRUE(std::ranges::equal(single.audio(asFile.bytes()), audio));
+
+    // A sidecar beside a container describes it; the data fork is still the audio.
+    dir.write("mb/._Mix 3.bin", test::appleDouble(fork));
+    const FileSource both = found(bin);
+    EXPECT_EQ(both.description, k24Stereo48);
+    EXPECT_EQ(both.offset, 128);
+}
+
+TEST(FindFileSource, IgnoresSidecarsThatCannotBeTrusted)
+{
+    test::ScratchDir dir;
+    const Bytes audio = stereoSine(SourceFormat::s16be);
+    const Bytes fork = test::resourceFork({});
+    // Another file's sidecar: a text file's Finder info and no strings.
+    const fs::path other = dir.write("a/take.sd2", audio);
+    dir.write("a/._take.sd2", test::appleContainer(0x00051607, {{9, test::finderInfo("TEXT", "ttxt")}}));
+    // Wrong type and insane values.
+    const fs::path insane = dir.write("b/take.sd2", audio);
+    dir.write("b/._take.sd2", test::appleDouble(test::resourceFork({"9", "7", "6"}), "TEXT"));
+    // Truncated AppleDouble: the fork entry runs past the end.
+    const fs::path truncated = dir.write("c/take.sd2", audio);
+    const Bytes whole = test::appleDouble(fork);
+    dir.write("c/._take.sd2", Bytes(whole.begin(), whole.end() - 20));
+    // A sidecar that is a folder.
+    const fs::path folder = dir.write("d/take.sd2", audio);
+    fs::create_directories(dir / "d/._take.sd2");
+    for (const fs::path& file : {other, insane, truncated, folder})
+        EXPECT_EQ(findFileSource(file), FileSource{}) << file;
+
+    // An untrusted sidecar does not hide a trusted one further down the list.
+    dir.write("b/.AppleDouble/take.sd2", test::appleDouble(fork));
+    EXPECT_EQ(findFileSource(insane).description, k24Stereo48);
+}
+
+TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
+{
+    test::ScratchDir dir;
+    const fs::path take = dir.write("take.sd2", stereoSine(SourceFormat::s24be));
+    dir.write("._take.sd2", test::appleDouble(test::resourceFork({})));
+    const MappedFile file = MappedFile::open(take);
+    const auto found = detectSource(take, file.bytes(), SourceFormatChoice::automatic());
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->status, "24-bit BE (file info) · Stereo · 48 kHz");
+    EXPECT_EQ(found->format.best, SourceFormat::s24be);
+    EXPECT_EQ(found->channels.channels, 2);
+
+    // A fixed choice overrides the encoding; the file's rate stays its own.
+    const auto fixed = detectSource(take, file.bytes(), SourceFormatChoice::fixed(SourceFormat::s16le));
+    ASSERT_TRUE(fixed);
+    EXPECT_TRUE(fixed->status.starts_with("16-bit LE (set)")) << fixed->status;
+    EXPECT_EQ(fixed->source.description->rate, 48000);
+
+    // Metadata that reads as static in its own encoding: detection takes over and says so.
+    const fs::path lying = dir.write("lying.sd2", stereoSine(SourceFormat::s16le));
+    dir.write("._lying.sd2", test::appleDouble(test::resourceFork({"3", "48000", "1"})));
+    const MappedFile lyingFile = MappedFile::open(lying);
+    const auto detected = detectSource(lying, lyingFile.bytes(), SourceFormatChoice::automatic());
+    ASSERT_TRUE(detected);
+    EXPECT_EQ(detected->status, "16-bit LE (auto) · Stereo · confident · file info did not match the audio");
+    EXPECT_FALSE(detected->source.description);
+    EXPECT_TRUE(detected->source.mismatched);
+}
+
+// libsndfile's own SD2 writer puts a bare fork in "._NAME" on systems without forks: an
+// independent writer of what we read.
+TEST(DetectSource, ReadsTheForksLibsndfileWrites)
+{
+    test::ScratchDir dir;
+    struct Case {
+        int subformat, channels, rate;
+        SourceFormat format;
+    };
+    for (const Case c : {Case{SF_FORMAT_PCM_16, 1, 22050, SourceFormat::s16be},
+                         Case{SF_FORMAT_PCM_24, 2, 96000, SourceFormat::s24be},
+                         Case{SF_FORMAT_PCM_S8, 1, 8000, SourceFormat::s8},
+                         Case{SF_FORMAT_PCM_32, 2, 48000, SourceFormat::s32be}}) {
+        const fs::path path = dir / ("take" + std::to_string(c.subformat) + ".sd2");
+        SF_INFO info{};
+        info.samplerate = c.rate;
+        info.channels = c.channels;
+        info.format = SF_FORMAT_SD2 | c.subformat;
+        SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+        ASSERT_TRUE(file) << sf_strerror(nullptr);
+        const auto samples = test::sine(40000, 97, 0.5 * 2147483647.0);
+        sf_write_int(file, samples.data(), static_cast<sf_count_t>(samples.size() / c.channels * c.channels));
+        sf_close(file);
+        ASSERT_TRUE(fs::exists(dir / ("._" + path.filename().string())));
+
+        const FileSource source = findFileSource(path);
+        EXPECT_EQ(source.description, (SourceDescription{c.format, c.channels, c.rate})) << c.subformat;
+        EXPECT_EQ(source.container, "resource fork");
+        // Its data fork reads as audio in the described encoding, so the description stands.
+        const MappedFile mapped = MappedFile::open(path);
+        const auto found = detectSource(path, mapped.bytes(), SourceFormatChoice::automatic());
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->status, metadataStatus(*source.description));
+    }
+}
