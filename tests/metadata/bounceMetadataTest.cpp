@@ -127,3 +127,30 @@ TEST_F(BounceMetadata, MacBinaryConvertsItsDataForkUnderItsStoredName)
     EXPECT_EQ(wav.samples.front(), samples.front() << 16);
     EXPECT_EQ(wav.samples.back(), samples.back() << 16);
 }
+
+// A split-stereo pair whose halves kept their forks: their encoding and rate, bit-exact.
+TEST_F(BounceMetadata, PairHalvesUseTheirOwnMetadata)
+{
+    const auto left = test::sine(4800, 20, 900000), right = test::sine(4800, 31, 700000);
+    const fs::path l = dir.write("Pad.L.sd2", test::encode(left, SourceFormat::s24be));
+    const fs::path r = dir.write("Pad.R.sd2", test::encode(right, SourceFormat::s24be));
+    dir.write("._Pad.L.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
+    dir.write("._Pad.R.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
+    settings.targetRate = 48000;
+    const BounceItem pair{l, [] { return SourceFormat(SourceFormat::s16le); }, [] { return std::int64_t{1}; }, r};
+    const BounceResult result = bounceFile(pair, settings, lines);
+    ASSERT_TRUE(result.ok) << result.status;
+    EXPECT_EQ(lines.line, "Heard 24-bit big-endian · stereo · 48 kHz");
+    const Wav wav = readWav(result.output);
+    EXPECT_EQ(wav.rate, 48000);
+    std::vector<std::int32_t> expected;
+    for (std::int32_t v : test::interleave(left, right))
+        expected.push_back(v * 256);
+    EXPECT_EQ(wav.samples, expected);
+
+    dir.write("._Pad.R.sd2", test::appleDouble(test::resourceFork({"3", "44100.000000", "1"})));
+    const BounceResult mixed = bounceFile(pair, settings, lines);
+    EXPECT_FALSE(mixed.ok);
+    EXPECT_EQ(mixed.status, "L and R read differently — L 24-bit BE mono 48 kHz, R 24-bit BE mono 44.1 kHz; "
+                            "split them to bounce each at its own rate");
+}

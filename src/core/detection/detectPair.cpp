@@ -42,7 +42,7 @@ PairDetection detectPair(const FileDetection& left, const FileDetection& right, 
     pair.agree = sameRate && (!choice.isAuto() || (sameEncoding && bothMono));
     if (!pair.agree) {
         pair.status = "L and R read differently — L " + reading(left) + ", R " + reading(right) +
-                      "; pick the source format in Advanced";
+                      (sameRate ? "; pick the source format in Advanced" : "; split them to bounce each at its own rate");
         return pair;
     }
     // A blank half has nothing to say; otherwise the less certain half speaks for the pair.
