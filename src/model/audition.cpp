@@ -29,15 +29,15 @@ void ConverterModel::preview(FileItem* item)
 
     inBackground([=, this] {
         const MappedFile file = MappedFile::open(source);
-        const PcmBufferPtr excerpt =
-            file.ok() ? decodeToBuffer(file.bytes(), format, rate, channels, rate * kPreviewSeconds) : nullptr;
         bool written = false;
-        if (excerpt) {
-            try {
+        try { // a write error, or no memory left for the excerpt
+            const PcmBufferPtr excerpt =
+                file.ok() ? decodeToBuffer(file.bytes(), format, rate, channels, rate * kPreviewSeconds) : nullptr;
+            if (excerpt) {
                 writeWAV(*excerpt, QFile::encodeName(wav).toStdString(), 16, ExistingFile::replace);
                 written = true;
-            } catch (const WriteError&) {
             }
+        } catch (const std::exception&) {
         }
         if (!written) {
             post([this] { setStatusLine(QStringLiteral("Preview couldn't render.")); });
