@@ -234,7 +234,7 @@ void checkBounce(ByteView payload, const ConvertSettings& s)
     settings.channels = s.layout;
     settings.normalize = s.normalize;
     settings.outputFolder = scratch().out;
-    const BounceItem item{scratch().input, [&] { return itemFormat; }, [&] { return s.sourceChannels; }};
+    const BounceItem item{scratch().input, [&] { return itemFormat; }, [&] { return s.sourceChannels; }, std::nullopt};
 
     RecordingObserver observer;
     const BounceResult result = bounceFile(item, settings, observer);

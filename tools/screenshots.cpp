@@ -91,6 +91,8 @@ int main(int argc, char* argv[])
     writeTake(takes.filePath("Kick 01.sd2"), quorvel::SourceFormat::s16be, 2, 220);
     writeTake(takes.filePath("Strings take 2.sd2"), quorvel::SourceFormat::s24le, 1, 330);
     writeTake(takes.filePath("Strings take 10.sd2"), quorvel::SourceFormat::s16le, 2, 440);
+    writeTake(takes.filePath("Gtr.L.sd2"), quorvel::SourceFormat::s16be, 1, 196);
+    writeTake(takes.filePath("Gtr.R.sd2"), quorvel::SourceFormat::s16be, 1, 247);
     {
         // A file that reads as static in every encoding, to show a failed row.
         QFile noise(takes.filePath("noise.sd2"));

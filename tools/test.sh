@@ -3,6 +3,12 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # ffprobe reads our WAV files back; Xvfb and xdotool drive the application end to end.
-tools/deps.sh ffmpeg xvfb xauth xdotool libgl1-mesa-dri
+tools/deps.sh ffmpeg xvfb xauth xdotool libgl1-mesa-dri locales
+# The model's tests also run under a locale with a decimal comma.
+if ! locale -a 2>/dev/null | grep -qx 'de_DE.utf8'; then
+  sudo=""
+  [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  $sudo localedef -i de_DE -f UTF-8 de_DE.UTF-8
+fi
 tools/build.sh -DQUORVEL_BUILD_TESTS=ON
 ctest --test-dir build --output-on-failure --parallel "$(nproc)" --label-exclude huge

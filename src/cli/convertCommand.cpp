@@ -2,11 +2,15 @@
 #include "cli/json.hpp"
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
+#include "cli/report.hpp"
+#include "core/io/MappedFile.hpp"
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/outputNaming.hpp"
 
+#include <algorithm>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <unistd.h>
 
@@ -76,9 +80,12 @@ private:
     bool named_ = false;
 };
 
-std::string jsonLine(const std::string& path, const BounceResult& r)
+std::string jsonLine(const QueuedSource& source, const BounceResult& r)
 {
-    std::string line = "{\"path\":" + jsonString(path);
+    std::string line = "{\"path\":" + jsonString(source.path.string());
+    if (source.isPair())
+        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
+                jsonString(source.right->string()) + "}";
     line += ",\"output\":" + (r.ok ? jsonString(r.output.string()) : std::string("null"));
     line += std::string(",\"ok\":") + (r.ok ? "true" : "false");
     line += ",\"status\":" + jsonString(r.status);
@@ -95,7 +102,7 @@ std::string plainLine(const std::string& path, std::size_t width, const BounceRe
     std::string line = paddedName(path, width) + printableName(r.status);
     // The status texts are short by design; a tool user also wants the cause.
     if (!r.ok && !r.reason.empty() && r.status.find(r.reason) == std::string::npos)
-        line += " (" + r.reason + ")";
+        line += " (" + printableName(r.reason) + ")";
     return line;
 }
 
@@ -115,14 +122,37 @@ void drawProgress(std::size_t done, std::size_t total)
     (void)!::write(STDERR_FILENO, line.data(), line.size());
 }
 
+// _sd2_outputs goes beside the first file that can be read: a mistyped path must not
+// grow folders, nor catch the other files' outputs.
+std::optional<fs::path> defaultOutputFolder(const std::vector<QueuedSource>& sources)
+{
+    const auto readable = std::find_if(sources.begin(), sources.end(),
+                                       [](const QueuedSource& source) { return MappedFile::open(source.path).ok(); });
+    if (readable == sources.end())
+        return std::nullopt;
+    return readable->path.parent_path() / "_sd2_outputs";
+}
+
 } // namespace
 
 int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err)
 {
-    const std::vector<std::string> paths = queuePaths(options.common.paths);
+    const Queue queue = queuePaths(options.common.paths, options.common.joinPairs);
+    const std::vector<QueuedSource>& sources = queue.sources;
+    const std::vector<std::string> paths = sourceNames(sources);
+    Report report(out);
+    for (const SkippedPath& skipped : queue.skipped) {
+        if (options.common.json)
+            report.line("{\"path\":" + jsonString(skipped.path.string()) +
+                        ",\"output\":null,\"ok\":false,\"status\":\"Couldn't open\",\"error\":" +
+                        jsonString(skipped.reason) + "}");
+        else
+            err << skippedLine(skipped) << '\n';
+    }
+    int status = queue.skipped.empty() ? 0 : 1;
     if (paths.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
-        return 1;
+        return std::max(1, report.finish(err));
     }
 
     BounceSettings settings;
@@ -132,28 +162,33 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     settings.depth = options.depth.rawValue();
     settings.channels = options.channels;
     settings.normalize = options.normalize;
-    settings.outputFolder = options.outputFolder.empty() ? fs::path(paths.front()).parent_path() / "_sd2_outputs"
-                                                         : fs::path(options.outputFolder);
-    std::error_code ignored; // a folder that cannot be made shows up in every file's write error
-    fs::create_directories(settings.outputFolder, ignored);
+    const std::optional<fs::path> folder =
+        options.outputFolder.empty() ? defaultOutputFolder(sources) : fs::path(options.outputFolder);
+    // With no readable file there is no folder to make: every file fails before writing.
+    settings.outputFolder = folder.value_or(sources.front().path.parent_path() / "_sd2_outputs");
+    if (folder) {
+        std::error_code ignored; // a folder that cannot be made shows up in every file's write error
+        fs::create_directories(settings.outputFolder, ignored);
+    }
 
     const std::size_t width = nameColumn(paths);
 
     const bool progress = ::isatty(STDERR_FILENO) == 1;
     OrderedNames names;
-    int status = 0;
     if (progress)
         drawProgress(0, paths.size());
     forEachInOrder(
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
             // Detect first, as the app does when a file is queued.
-            const Detection detection = detectPath(paths[i], settings.sourceFormat);
+            // A pair's halves are read when it is bounced, so its detection happens there.
+            const Detection detection = sources[i].isPair() ? Detection{Unreadable{}}
+                                                            : detectPath(sources[i].path.string(), settings.sourceFormat);
             const auto* found = std::get_if<FileDetection>(&detection);
             const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
             const std::int64_t detectedChannels = found ? found->channels.channels : 2;
             const BounceItem item{
-                paths[i], [&] { return detected; },
+                sources[i].path, [&] { return detected; },
                 [&]() -> std::int64_t {
                     switch (options.channelOverride) {
                     case ChannelOverride::mono: return 1;
@@ -161,7 +196,8 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                     case ChannelOverride::automatic: break;
                     }
                     return detectedChannels;
-                }};
+                },
+                sources[i].right};
             NamingObserver observer(names, i);
             return bounceFile(item, settings, observer);
         },
@@ -170,12 +206,11 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                 status = 1;
             if (progress)
                 drawProgress(paths.size(), paths.size()); // clear the bar before printing over it
-            out << (options.common.json ? jsonLine(paths[i], result) : plainLine(paths[i], width, result)) << '\n';
-            out.flush();
+            report.line(options.common.json ? jsonLine(sources[i], result) : plainLine(paths[i], width, result));
             if (progress && i + 1 < paths.size())
                 drawProgress(i + 1, paths.size());
         });
-    return status;
+    return std::max(status, report.finish(err));
 }
 
 } // namespace quorvel::cli

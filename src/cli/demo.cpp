@@ -1,4 +1,5 @@
 #include "cli/commands.hpp"
+#include "cli/queue.hpp"
 #include "core/formats/encodeSample.hpp"
 #include "core/io/PartialFile.hpp"
 
@@ -91,7 +92,7 @@ int runDemo(const std::filesystem::path& folder, std::ostream& out, std::ostream
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {
-        err << "sd2wav: cannot create the demo folder " << folder << ": " << error.message() << '\n';
+        err << "sd2wav: cannot create the demo folder " << printableName(folder.string()) << ": " << error.message() << '\n';
         return 1;
     }
 
@@ -111,7 +112,7 @@ int runDemo(const std::filesystem::path& folder, std::ostream& out, std::ostream
             ++seed;
         }
     }
-    out << "Demo files in " << folder.string() << " (each name says its true encoding and layout):\n";
+    out << "Demo files in " << printableName(folder.string()) << " (each name says its true encoding and layout):\n";
     DetectOptions options;
     options.jobs = defaultJobs();
     options.paths = {folder.string()};

@@ -2,17 +2,27 @@
 #include "cli/json.hpp"
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
+#include "cli/report.hpp"
 
+#include <algorithm>
 
 namespace quorvel::cli {
 
 namespace {
 
-std::string jsonLine(const std::string& path, const Detection& outcome)
+std::string jsonLine(const QueuedSource& source, const Detection& outcome)
 {
-    std::string line = "{\"path\":" + jsonString(path);
+    std::string line = "{\"path\":" + jsonString(source.path.string());
+    if (source.isPair())
+        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
+                jsonString(source.right->string()) + "}";
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
         return line + ",\"error\":" + jsonString("Unreadable file: " + failed->reason) + "}";
+    if (const auto* pair = std::get_if<PairDetection>(&outcome)) {
+        line += ",\"format\":" + (pair->agree ? jsonString(pair->format.rawValue()) : std::string("null"));
+        line += ",\"channels\":2,\"confidence\":" + (pair->agree ? jsonString(pair->confidence) : std::string("null"));
+        return line + ",\"status\":" + jsonString(pair->status) + "}";
+    }
 
     const auto& found = std::get<FileDetection>(outcome);
     line += ",\"format\":" + jsonString(found.format.best.rawValue());
@@ -28,11 +38,13 @@ std::string jsonLine(const std::string& path, const Detection& outcome)
     return line + "},\"status\":" + jsonString(found.status) + "}";
 }
 
-std::string plainLine(const std::string& path, std::size_t nameWidth, const Detection& outcome)
+std::string plainLine(const std::string& name, std::size_t nameWidth, const Detection& outcome)
 {
-    std::string line = paddedName(path, nameWidth);
+    std::string line = paddedName(name, nameWidth);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
-        return line + "Unreadable file (" + failed->reason + ")";
+        return line + "Unreadable file (" + printableName(failed->reason) + ")";
+    if (const auto* pair = std::get_if<PairDetection>(&outcome))
+        return line + pair->status;
     return line + std::get<FileDetection>(outcome).status;
 }
 
@@ -40,24 +52,33 @@ std::string plainLine(const std::string& path, std::size_t nameWidth, const Dete
 
 int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err)
 {
-    const std::vector<std::string> paths = queuePaths(options.paths);
-    if (paths.empty()) {
+    const Queue queue = queuePaths(options.paths, options.joinPairs);
+    const std::vector<QueuedSource>& sources = queue.sources;
+    const std::vector<std::string> names = sourceNames(sources);
+    Report report(out);
+    for (const SkippedPath& skipped : queue.skipped) {
+        if (options.json)
+            report.line("{\"path\":" + jsonString(skipped.path.string()) + ",\"error\":" +
+                        jsonString("Couldn't open: " + skipped.reason) + "}");
+        else
+            err << skippedLine(skipped) << '\n';
+    }
+    int status = queue.skipped.empty() ? 0 : 1;
+    if (sources.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
-        return 1;
+        return std::max(1, report.finish(err));
     }
 
-    const std::size_t nameWidth = nameColumn(paths);
+    const std::size_t nameWidth = nameColumn(names);
 
-    int status = 0;
     forEachInOrder(
-        paths.size(), options.jobs, [&](std::size_t i) { return detectPath(paths[i], options.sourceFormat); },
+        sources.size(), options.jobs, [&](std::size_t i) { return detectSource(sources[i], options.sourceFormat); },
         [&](std::size_t i, const Detection& outcome) {
             if (std::holds_alternative<Unreadable>(outcome))
                 status = 1;
-            out << (options.json ? jsonLine(paths[i], outcome) : plainLine(paths[i], nameWidth, outcome)) << '\n';
-            out.flush();
+            report.line(options.json ? jsonLine(sources[i], outcome) : plainLine(names[i], nameWidth, outcome));
         });
-    return status;
+    return std::max(status, report.finish(err));
 }
 
 } // namespace quorvel::cli

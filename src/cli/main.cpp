@@ -1,16 +1,18 @@
 #include "cli/commands.hpp"
+#include "cli/queue.hpp"
 #include "core/io/guardedRead.hpp"
 
-#include <algorithm>
+#include <cerrno>
 #include <iostream>
+#include <system_error>
 
 namespace {
 
-constexpr const char* kUsage = R"(usage: sd2wav detect [--source-format auto|s16be|s24be|s16le|s24le] [--json] [-j N] PATH...
+constexpr const char* kUsage = R"(usage: sd2wav detect [--source-format auto|s16be|s24be|s16le|s24le] [--json] [--no-pairs] [-j N] PATH...
        sd2wav convert [--rate 44100|48000|88200|96000] [--depth 16|24|32]
                       [--channels stereo|preserve|mono] [--normalize]
                       [--source-format F] [--source-rate 44100|48000|22050]
-                      [--mono|--stereo] [-o DIR] [-j N] [--json] PATH...
+                      [--mono|--stereo] [--no-pairs] [-o DIR] [-j N] [--json] PATH...
        sd2wav demo [FOLDER]
        sd2wav --help
 
@@ -23,7 +25,10 @@ bounces it to WAV.
              --source-format F  read every file as F instead of detecting it (the
                                 layout is still detected); default auto
              --json             one JSON object per line: path, format, channels,
-                                confidence, corr, scores, status (or path, error)
+                                confidence, corr, scores, status (or path, error);
+                                a split-stereo pair adds pair: {left, right}
+             --no-pairs         keep NAME.L and NAME.R as two mono files instead of
+                                joining them into one stereo source
              -j N               files analysed at once (default: number of cores)
   convert  Bounce each file to WAV, as the Quorvel app's BOUNCE does: encoding checked
            and auto-corrected when it reads as static, never overwriting a file.
@@ -38,12 +43,25 @@ bounces it to WAV.
              -j N               files converted at once (default: number of cores)
              --json             one JSON object per line: path, output, ok, status,
                                 format, channels, autoCorrected (and error)
+             --no-pairs         convert NAME.L and NAME.R as two mono files
   demo     Write synthetic music in all four encodings, mono and stereo, to FOLDER
            (default: sd2wav-demo), then detect it. Existing files are left alone.
 
 Exit status: 0 every file was read (detect) or converted (convert), 1 some file failed,
-2 usage error.
+a folder could not be opened or the report could not be written, 2 usage error.
 )";
+
+// Usage asked for goes to standard output, and must arrive there.
+int printUsage()
+{
+    errno = 0;
+    std::cout << kUsage << std::flush;
+    if (std::cout)
+        return 0;
+    std::cerr << "sd2wav: couldn't write to standard output: "
+              << (errno != 0 ? std::generic_category().message(errno) : "the write failed") << '\n';
+    return 1;
+}
 
 } // namespace
 
@@ -57,28 +75,32 @@ int main(int argc, char** argv)
             throw UsageError("no command given");
         const std::string_view command = words.front();
         const std::vector<std::string_view> rest(words.begin() + 1, words.end());
-        if (command == "--help" || command == "-h" || command == "help") {
-            std::cout << kUsage;
-            return 0;
+        if (command == "--help" || command == "-h" || command == "help")
+            return printUsage();
+        // Help is an option like any other: an option's value or a word after "--" is a path.
+        if (command == "detect") {
+            const DetectOptions options = parseDetectOptions(rest);
+            return options.help ? printUsage() : runDetect(options, std::cout, std::cerr);
         }
-        const bool wantsHelp = std::find(rest.begin(), rest.end(), "--help") != rest.end() ||
-                               std::find(rest.begin(), rest.end(), "-h") != rest.end();
-        if ((command == "detect" || command == "convert") && wantsHelp) {
-            std::cout << kUsage;
-            return 0;
+        if (command == "convert") {
+            const ConvertOptions options = parseConvertOptions(rest);
+            return options.common.help ? printUsage() : runConvert(options, std::cout, std::cerr);
         }
-        if (command == "detect")
-            return runDetect(parseDetectOptions(rest), std::cout, std::cerr);
-        if (command == "convert")
-            return runConvert(parseConvertOptions(rest), std::cout, std::cerr);
         if (command == "demo") {
-            if (rest.size() > 1)
+            std::vector<std::string_view> folders = rest;
+            if (!folders.empty() && (folders.front() == "-h" || folders.front() == "--help"))
+                return printUsage();
+            if (!folders.empty() && folders.front() == "--")
+                folders.erase(folders.begin());
+            else if (!folders.empty() && folders.front().starts_with('-') && folders.front() != "-")
+                throw UsageError("unknown option '" + std::string(folders.front()) + "' (put -- before a folder named so)");
+            if (folders.size() > 1)
                 throw UsageError("demo takes at most one folder");
-            return runDemo(rest.empty() ? "sd2wav-demo" : std::string(rest.front()), std::cout, std::cerr);
+            return runDemo(folders.empty() ? "sd2wav-demo" : std::string(folders.front()), std::cout, std::cerr);
         }
         throw UsageError("unknown command '" + std::string(command) + "'");
     } catch (const UsageError& error) {
-        std::cerr << "sd2wav: " << error.what() << "\n\n" << kUsage;
+        std::cerr << "sd2wav: " << printableName(error.what()) << "\n\n" << kUsage;
         return 2;
     }
 }

@@ -106,8 +106,14 @@ DetectOptions parseCommon(const std::vector<std::string_view>& args, std::string
             options.paths.emplace_back(w);
         else if (w == "--")
             onlyPaths = true;
+        else if (w == "-h" || w == "--help") {
+            options.help = true;
+            return options;
+        }
         else if (w == "--json")
             options.json = true;
+        else if (w == "--no-pairs")
+            options.joinPairs = false;
         else if (reader.takes("--source-format", value))
             options.sourceFormat = parseSourceFormat(value);
         else if (reader.takes("-j", value) || reader.takes("--jobs", value))

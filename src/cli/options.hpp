@@ -18,6 +18,8 @@ struct UsageError : std::runtime_error {
 struct DetectOptions {
     SourceFormatChoice sourceFormat = SourceFormatChoice::automatic();
     bool json = false;
+    bool help = false;     // -h or --help in an option's place: print usage, nothing else
+    bool joinPairs = true; // split-stereo halves (NAME.L + NAME.R) become one stereo source
     unsigned jobs = 1;
     std::vector<std::string> paths;
 };

@@ -7,12 +7,31 @@
 
 namespace quorvel::cli {
 
-std::vector<std::string> queuePaths(const std::vector<std::string>& given)
+Queue queuePaths(const std::vector<std::string>& given, bool joinPairs)
 {
-    std::vector<std::string> queued;
-    for (const auto& path : collectSd2Paths(PathList(given.begin(), given.end()), {}))
-        queued.push_back(path.string());
-    return queued;
+    CollectedPaths intake = collectSd2Paths(PathList(given.begin(), given.end()), {});
+    Queue queue;
+    if (joinPairs)
+        queue.sources = joinSplitStereo(intake.paths);
+    else
+        for (auto& path : intake.paths)
+            queue.sources.push_back({std::move(path), std::nullopt});
+    queue.skipped = std::move(intake.skipped);
+    return queue;
+}
+
+std::string skippedLine(const SkippedPath& skipped)
+{
+    return "sd2wav: couldn't open " + printableName(skipped.path.string()) + ": " +
+           printableName(skipped.reason);
+}
+
+std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources)
+{
+    std::vector<std::string> names;
+    for (const QueuedSource& source : sources)
+        names.push_back(source.path.string() + (source.isPair() ? " + R" : ""));
+    return names;
 }
 
 Detection detectPath(const std::string& path, SourceFormatChoice choice)
@@ -23,6 +42,17 @@ Detection detectPath(const std::string& path, SourceFormatChoice choice)
     if (auto found = detectFile(file.bytes(), choice))
         return *found;
     return Unreadable{"the file changed while it was being read"};
+}
+
+Detection detectSource(const QueuedSource& source, SourceFormatChoice choice)
+{
+    Detection left = detectPath(source.path.string(), choice);
+    if (!source.isPair() || std::holds_alternative<Unreadable>(left))
+        return left;
+    Detection right = detectPath(source.right->string(), choice);
+    if (const auto* failed = std::get_if<Unreadable>(&right))
+        return Unreadable{"the R half: " + failed->reason};
+    return detectPair(std::get<FileDetection>(left), std::get<FileDetection>(right), choice);
 }
 
 namespace {
@@ -44,17 +74,26 @@ std::size_t nameColumn(const std::vector<std::string>& paths)
 std::string printableName(const std::string& path)
 {
     std::string out;
-    for (const char c : path) {
+    const auto escape = [&](unsigned char c) {
+        char escaped[8];
+        std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
+        out += escaped;
+    };
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const auto c = static_cast<unsigned char>(path[i]);
         if (c == '\n')
             out += "\\n";
         else if (c == '\t')
             out += "\\t";
-        else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned char>(c));
-            out += escaped;
+        else if (c < 0x20 || c == 0x7f)
+            escape(c);
+        else if (c == 0xc2 && i + 1 < path.size() && static_cast<unsigned char>(path[i + 1]) < 0xa0 &&
+                 static_cast<unsigned char>(path[i + 1]) >= 0x80) {
+            // U+0080–U+009F in UTF-8: C1 controls, which some terminals obey (CSI is U+009B).
+            escape(c);
+            escape(static_cast<unsigned char>(path[++i]));
         } else
-            out += c;
+            out += static_cast<char>(c);
     }
     return out;
 }

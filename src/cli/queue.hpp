@@ -1,6 +1,8 @@
 #pragma once
 
-#include "core/detection/detectFile.hpp"
+#include "core/detection/detectPair.hpp"
+#include "core/io/splitStereo.hpp"
+#include "model/intake.hpp"
 
 #include <string>
 #include <variant>
@@ -8,18 +10,34 @@
 
 namespace quorvel::cli {
 
-// The .sd2 files among the given paths, in the order the app would queue them.
-std::vector<std::string> queuePaths(const std::vector<std::string>& given);
+// The .sd2 files among the given paths, in the order the app would queue them, with
+// split-stereo halves joined into pairs unless `joinPairs` is off; and the folders that
+// could not be looked into.
+struct Queue {
+    std::vector<QueuedSource> sources;
+    std::vector<SkippedPath> skipped;
+};
+Queue queuePaths(const std::vector<std::string>& given, bool joinPairs);
+
+// "sd2wav: couldn't open DIR: reason", for standard error.
+std::string skippedLine(const SkippedPath& skipped);
+
+// How a source is named in the output: its path, or a pair's left path + " + R".
+std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources);
 
 struct Unreadable {
     std::string reason;
 };
-using Detection = std::variant<FileDetection, Unreadable>;
+using Detection = std::variant<FileDetection, PairDetection, Unreadable>;
 
 // Detection of one queued file, read memory-mapped, as the app runs it on arrival.
 Detection detectPath(const std::string& path, SourceFormatChoice choice);
+// The same for a queued source; a pair's halves are each detected, then read together.
+Detection detectSource(const QueuedSource& source, SourceFormatChoice choice);
 
-// A path as one line of text: line breaks, tabs and other control characters escaped.
+// A path, or any text that may hold one, as one line of text: line breaks, tabs and other
+// control characters (C1 ones included) escaped, so names cannot move the cursor or
+// switch a terminal's colours.
 std::string printableName(const std::string& path);
 // The widest printable path of the list, in characters, and a path padded to that column
 // plus two spaces, so status texts line up.

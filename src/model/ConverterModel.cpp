@@ -1,4 +1,5 @@
 #include "model/ConverterModel.hpp"
+#include "core/io/splitStereo.hpp"
 #include "model/intake.hpp"
 
 #include <QDir>
@@ -185,12 +186,27 @@ void ConverterModel::addURLs(const QList<QUrl>& urls)
         if (url.isLocalFile())
             given.push_back(pathForUrl(url));
     std::set<std::string> queued;
-    for (const FileItemPtr& item : queue())
+    for (const FileItemPtr& item : queue()) {
         queued.insert(item->filePath().string());
+        if (const auto right = item->rightFilePath())
+            queued.insert(right->string());
+    }
+
+    const CollectedPaths intake = collectSd2Paths(given, queued);
+    // Files in a folder that could not be opened would otherwise just be missing.
+    if (intake.skipped.size() == 1) {
+        const std::filesystem::path& path = intake.skipped.front().path;
+        setStatusLine(QStringLiteral("Couldn't open %1: %2")
+                          .arg(QString::fromLocal8Bit((path.has_filename() ? path : path.parent_path()).filename().string()),
+                               QString::fromStdString(intake.skipped.front().reason)));
+    } else if (!intake.skipped.empty()) {
+        setStatusLine(QStringLiteral("Couldn't open %1 folders — their files are left out").arg(intake.skipped.size()));
+    }
 
     std::vector<FileItemPtr> added;
-    for (const auto& path : collectSd2Paths(given, queued))
-        added.push_back(std::make_shared<FileItem>(urlForPath(path)));
+    for (const QueuedSource& source : joinSplitStereo(intake.paths))
+        added.push_back(source.isPair() ? std::make_shared<FileItem>(urlForPath(source.path), urlForPath(*source.right))
+                                        : std::make_shared<FileItem>(urlForPath(source.path)));
     if (added.empty())
         return;
     items_.append(added);
@@ -227,6 +243,18 @@ void ConverterModel::requeue(FileItem* item)
     shared->setOutputURL({});
     shared->setStatus(QStringLiteral("Back in the queue"));
     detect(shared);
+}
+
+void ConverterModel::splitPair(FileItem* item)
+{
+    const FileItemPtr pair = find(item);
+    if (!pair || !pair->isPair() || pair->state() == FileItem::working)
+        return;
+    const std::vector<FileItemPtr> halves{std::make_shared<FileItem>(pair->url()),
+                                          std::make_shared<FileItem>(pair->rightUrl())};
+    items_.replace(pair.get(), halves);
+    for (const FileItemPtr& half : halves)
+        detect(half);
 }
 
 } // namespace quorvel

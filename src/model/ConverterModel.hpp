@@ -97,6 +97,8 @@ public:
     Q_INVOKABLE void clearCompleted();
     Q_INVOKABLE void remove(quorvel::FileItem* item);
     Q_INVOKABLE void requeue(quorvel::FileItem* item);
+    // Puts a split-stereo pair's halves back in the queue as two mono files, in its place.
+    Q_INVOKABLE void splitPair(quorvel::FileItem* item);
     // Detection, on the global thread pool; results arrive in completion order.
     void detect(const FileItemPtr& item);
     Q_INVOKABLE void redetectAll();
@@ -158,6 +160,7 @@ private:
     void setPhaseFailed(bool on);
 
     FileItemPtr find(const FileItem* item) const;
+    void detectPairItem(const FileItemPtr& item, SourceFormatChoice choice);
     void runBatch(const BatchSnapshot& snapshot);
 
     // Runs `change` on the main thread, after everything posted before it.

@@ -1,11 +1,14 @@
 #include "model/FileItem.hpp"
+#include "core/io/splitStereo.hpp"
 #include "model/intake.hpp"
 
 #include <QFileInfo>
 
 namespace quorvel {
 
-FileItem::FileItem(const QUrl& url) : url_(url)
+FileItem::FileItem(const QUrl& url) : FileItem(url, QUrl()) {}
+
+FileItem::FileItem(const QUrl& url, const QUrl& rightUrl) : url_(url), rightUrl_(rightUrl)
 {
     for (auto signal : {&FileItem::detectedChannelsChanged, &FileItem::detectedFormatChanged,
                         &FileItem::confidenceChanged, &FileItem::corrChanged, &FileItem::overrideChoiceChanged,
@@ -13,9 +16,28 @@ FileItem::FileItem(const QUrl& url) : url_(url)
         connect(this, signal, this, &FileItem::changed);
 }
 
-QString FileItem::fileName() const { return QFileInfo(url_.path()).fileName(); }
+QString FileItem::fileName() const
+{
+    if (isPair())
+        return QString::fromLocal8Bit(QueuedSource{filePath(), rightFilePath()}.displayStem());
+    return QFileInfo(url_.path()).fileName();
+}
 
 std::filesystem::path FileItem::filePath() const { return pathForUrl(url_); }
+
+std::optional<std::filesystem::path> FileItem::rightFilePath() const
+{
+    if (!isPair())
+        return std::nullopt;
+    return pathForUrl(rightUrl_);
+}
+
+QString FileItem::halves() const
+{
+    if (!isPair())
+        return {};
+    return QFileInfo(url_.path()).fileName() + QStringLiteral(" + ") + QFileInfo(rightUrl_.path()).fileName();
+}
 
 QString FileItem::stateName() const
 {
@@ -35,6 +57,8 @@ QString FileItem::overrideChoiceId() const { return QString::fromLatin1(override
 
 std::int64_t FileItem::sourceChannels() const
 {
+    if (isPair())
+        return 2;
     switch (overrideChoice()) {
     case ChannelOverride::mono: return 1;
     case ChannelOverride::stereo: return 2;

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <optional>
 #include <cstdint>
 
 namespace quorvel {
@@ -25,6 +26,8 @@ class FileItem : public QObject {
     Q_PROPERTY(QString id READ idText CONSTANT)
     Q_PROPERTY(QUrl url READ url CONSTANT)
     Q_PROPERTY(QString fileName READ fileName CONSTANT)
+    Q_PROPERTY(bool isPair READ isPair CONSTANT)
+    Q_PROPERTY(QString halves READ halves CONSTANT)
     Q_PROPERTY(qint64 detectedChannels READ detectedChannels NOTIFY detectedChannelsChanged)
     Q_PROPERTY(QString detectedFormat READ detectedFormatId NOTIFY detectedFormatChanged)
     Q_PROPERTY(QString confidence READ confidence NOTIFY confidenceChanged)
@@ -41,13 +44,20 @@ public:
     Q_ENUM(State)
 
     explicit FileItem(const QUrl& url);
+    // A split-stereo pair: `url` is the left half.
+    FileItem(const QUrl& url, const QUrl& rightUrl);
 
     QUuid id() const { return id_; }
     QString idText() const { return id_.toString(QUuid::WithoutBraces).toUpper(); }
     QUrl url() const { return url_; }
     QString path() const { return url_.toLocalFile(); } // for display
     std::filesystem::path filePath() const;             // the file's exact bytes, for opening it
-    QString fileName() const;
+    QString fileName() const; // a pair's shared name ("Gtr" for Gtr.L.sd2 + Gtr.R.sd2)
+
+    bool isPair() const { return !rightUrl_.isEmpty(); }
+    QUrl rightUrl() const { return rightUrl_; }
+    std::optional<std::filesystem::path> rightFilePath() const;
+    QString halves() const; // "Gtr.L.sd2 + Gtr.R.sd2" for a pair, else empty
 
     std::int64_t detectedChannels() const { return detectedChannels_.load(); }
     SourceFormat detectedFormat() const { return SourceFormat::allCases()[detectedFormat_.load()]; }
@@ -63,7 +73,7 @@ public:
     // The override menu's entries in ChannelOverride order: "Auto (Stereo)", "Mono", "Stereo".
     QStringList overrideLabels() const;
 
-    // 1 for a mono override, 2 for stereo, else what detection found.
+    // 1 for a mono override, 2 for stereo, else what detection found; always 2 for a pair.
     std::int64_t sourceChannels() const;
     // The fixed format of a fixed choice, else the detected one.
     SourceFormat effectiveFormat(SourceFormatChoice choice) const;
@@ -93,6 +103,7 @@ signals:
 private:
     const QUuid id_ = QUuid::createUuid();
     const QUrl url_;
+    const QUrl rightUrl_;
     std::atomic<std::int64_t> detectedChannels_{2};
     std::atomic<std::uint8_t> detectedFormat_{SourceFormat::s16be};
     QString confidence_ = QStringLiteral("…");

@@ -94,4 +94,25 @@ void FileListModel::removeIf(const std::function<bool(const FileItem&)>& doomed)
     }
 }
 
+void FileListModel::replace(const FileItem* item, const std::vector<FileItemPtr>& with)
+{
+    const auto found = std::find_if(items_.begin(), items_.end(), [&](const FileItemPtr& p) { return p.get() == item; });
+    if (found == items_.end())
+        return;
+    const int row = static_cast<int>(found - items_.begin());
+    beginRemoveRows({}, row, row);
+    disconnect(found->get(), nullptr, this, nullptr);
+    items_.erase(found);
+    endRemoveRows();
+    if (!with.empty()) {
+        beginInsertRows({}, row, row + static_cast<int>(with.size()) - 1);
+        items_.insert(items_.begin() + row, with.begin(), with.end());
+        for (const FileItemPtr& added : with)
+            watch(added);
+        endInsertRows();
+    }
+    emit countChanged();
+    emit statesChanged();
+}
+
 } // namespace quorvel

@@ -37,6 +37,8 @@ public:
     // Each is one change of the list.
     void append(const std::vector<FileItemPtr>& added);
     void removeIf(const std::function<bool(const FileItem&)>& doomed);
+    // Puts `with` in the place of `item`, which leaves the list.
+    void replace(const FileItem* item, const std::vector<FileItemPtr>& with);
 
 signals:
     void countChanged();

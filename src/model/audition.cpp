@@ -1,5 +1,5 @@
 #include "core/io/MappedFile.hpp"
-#include "core/pipeline/decodeToBuffer.hpp"
+#include "core/pipeline/decodePair.hpp"
 #include "core/pipeline/writeWAV.hpp"
 #include "model/ConverterModel.hpp"
 
@@ -25,14 +25,22 @@ void ConverterModel::preview(FileItem* item)
     const SourceFormat format = item->effectiveFormat(sourceFormatChoice_);
     const std::int64_t rate = sourceRate_.rawValue();
     const std::filesystem::path source = item->filePath();
+    const std::optional<std::filesystem::path> right = item->rightFilePath();
     const QString name = item->fileName();
 
     inBackground([=, this] {
         const MappedFile file = MappedFile::open(source);
+        const std::int64_t frames = rate * kPreviewSeconds;
         bool written = false;
         try { // a write error, or no memory left for the excerpt
-            const PcmBufferPtr excerpt =
-                file.ok() ? decodeToBuffer(file.bytes(), format, rate, channels, rate * kPreviewSeconds) : nullptr;
+            PcmBufferPtr excerpt;
+            if (right) {
+                const MappedFile rightFile = MappedFile::open(*right);
+                if (file.ok() && rightFile.ok())
+                    excerpt = decodePairToBuffer(file.bytes(), rightFile.bytes(), format, rate, frames);
+            } else if (file.ok()) {
+                excerpt = decodeToBuffer(file.bytes(), format, rate, channels, frames);
+            }
             if (excerpt) {
                 writeWAV(*excerpt, QFile::encodeName(wav).toStdString(), 16, ExistingFile::replace);
                 written = true;

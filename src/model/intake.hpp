@@ -12,14 +12,28 @@ namespace quorvel {
 
 using PathList = std::vector<std::filesystem::path>;
 
+// A given path, or a folder met on the walk, that could not be looked into, and why: any
+// .sd2 files in it are left out.
+struct SkippedPath {
+    std::filesystem::path path;
+    std::string reason;
+};
+
+struct CollectedPaths {
+    PathList paths;
+    std::vector<SkippedPath> skipped; // in the order met
+};
+
 // Finds the .sd2 files among the given paths, the way a drop or an open-with hands them
 // in: folders are walked deeply (hidden entries included, symlinked folders not entered),
-// ".sd2" matches in any letter case, paths already queued (compared byte for byte) are
-// left out, and the new paths are ordered by file name as a file browser lists them
-// (stable, so equal names keep the order in which they were met). A given path that does
-// not exist is kept: reading it later reports it. Paths are kept as the bytes the file
-// system gave, so names that are not valid UTF-8 still reach their files.
-PathList collectSd2Paths(const PathList& given, const std::set<std::string>& queued);
+// ".sd2" matches in any letter case, and each file is taken once: paths already queued
+// and repeats of one file under another spelling ("A" and "A/take.sd2", a link to it) are
+// left out, judged by the file's identity (queued paths also byte for byte). The new paths
+// are ordered by file name as a file browser lists them (stable, so equal names keep the
+// order in which they were met). A given path that does not exist is kept when it names an
+// .sd2 file (reading it later reports it) and skipped otherwise. Paths are kept as the
+// bytes the file system gave, so names that are not valid UTF-8 still reach their files.
+CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string>& queued);
 
 // Name order as a file browser lists it: the user's collation, case-insensitive, runs of
 // digits by value ("take 2" before "take 10").

@@ -8,7 +8,8 @@ Item {
     id: row
     required property var item
     readonly property bool done: item.stateName === "done"
-    readonly property bool showsHint: item.confidence === "verify by ear" && !done
+    // A pair's layout is given by its two files, not guessed.
+    readonly property bool showsHint: item.confidence === "verify by ear" && !done && !item.isPair
 
     implicitHeight: Math.max(content.implicitHeight, 30) + 22
 
@@ -71,6 +72,11 @@ Item {
                 color: Theme.ink
                 elide: Text.ElideMiddle
                 maximumLineCount: 1
+                HoverHandler {
+                    id: nameHover
+                }
+                ToolTip.visible: row.item.isPair && nameHover.hovered
+                ToolTip.text: row.item.halves
             }
             Readout {
                 width: parent.width
@@ -107,7 +113,8 @@ Item {
                 spacing: 6
                 Text {
                     objectName: "overrideText"
-                    text: row.item.overrideLabels[["Auto", "Mono", "Stereo"].indexOf(row.item.overrideChoice)]
+                    text: row.item.isPair ? "Stereo (L + R)"
+                                          : row.item.overrideLabels[["Auto", "Mono", "Stereo"].indexOf(row.item.overrideChoice)]
                     font.pixelSize: 12
                     font.weight: Font.DemiBold
                     color: Theme.ink
@@ -124,9 +131,16 @@ Item {
             NeoMenu {
                 id: overrideMenu
                 objectName: "overrideChoices"
-                options: [{value: "Auto", label: row.item.overrideLabels[0]},
-                          {value: "Mono", label: "Mono"}, {value: "Stereo", label: "Stereo"}]
-                onPicked: value => row.item.overrideChoice = value
+                // A pair's layout is fixed by its two files; it can only be taken apart.
+                options: row.item.isPair ? [{value: "Split", label: "Split into L and R"}]
+                                         : [{value: "Auto", label: row.item.overrideLabels[0]},
+                                            {value: "Mono", label: "Mono"}, {value: "Stereo", label: "Stereo"}]
+                onPicked: value => {
+                    if (value === "Split")
+                        Model.splitPair(row.item)
+                    else
+                        row.item.overrideChoice = value
+                }
             }
         }
         CircleIconButton {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <functional>
 #include <sstream>
 
 #include <fcntl.h>
@@ -133,7 +134,7 @@ TEST_F(Hostile, OutputFoldersThatCannotBeUsed)
 {
     take("a.sd2");
     dir.write("plain-file", {1});
-    for (const std::string& folder : {"plain-file", "plain-file/below"}) {
+    for (const std::string folder : {"plain-file", "plain-file/below"}) {
         const Result r = sh("$S convert -o " + folder + " a.sd2");
         EXPECT_EQ(r.exitCode, 1) << folder;
         EXPECT_EQ(lineFor(r.out, "a.sd2"), "a.sd2  Choked: couldn't create a file in " + folder + ": Not a directory");
@@ -304,4 +305,122 @@ TEST_F(Hostile, UnreadableFile)
     const Result r = sh("$S convert -o out locked.sd2");
     EXPECT_EQ(r.exitCode, 1);
     EXPECT_NE(r.out.find("locked.sd2  Couldn't read the file (Permission denied)"), std::string::npos) << r.out;
+}
+
+TEST_F(Hostile, HelpAfterDashDashOrAsAValueIsAPath)
+{
+    take("-h/a.sd2");
+    take("--help/b.sd2");
+    take("c.sd2");
+    const Result afterDashes = sh("$S convert -o out -- -h");
+    EXPECT_EQ(afterDashes.exitCode, 0) << afterDashes.out;
+    EXPECT_TRUE(fs::exists(dir / "out" / "a_48kHz_24bit_stereo.wav")) << afterDashes.out;
+
+    const Result asValue = sh("$S convert -o -h c.sd2");
+    EXPECT_EQ(asValue.exitCode, 0) << asValue.out;
+    EXPECT_TRUE(fs::exists(dir / "-h" / "c_48kHz_24bit_stereo.wav")) << asValue.out;
+
+    const Result detect = sh("$S detect -- --help");
+    EXPECT_EQ(detect.exitCode, 0) << detect.out;
+    EXPECT_TRUE(lineFor(detect.out, "--help/b.sd2").ends_with("16-bit BE (auto) · Stereo · confident")) << detect.out;
+
+    const Result help = sh("$S convert -j 2 --help c.sd2");
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(help.out.starts_with("usage: ")) << help.out;
+
+    const Result demoHelp = sh("$S demo --help");
+    EXPECT_EQ(demoHelp.exitCode, 0);
+    EXPECT_TRUE(demoHelp.out.starts_with("usage: ")) << demoHelp.out;
+    EXPECT_FALSE(fs::exists(dir / "--help" / "demo s16be mono.sd2"));
+    const Result demoFolder = sh("$S demo -- -h");
+    EXPECT_EQ(demoFolder.exitCode, 0) << demoFolder.out;
+    EXPECT_TRUE(fs::exists(dir / "-h" / "demo s16be mono.sd2"));
+}
+
+TEST_F(Hostile, ReasonsAreEscapedLikeNames)
+{
+    take("a.sd2");
+    dir.write("plain-file", {1});
+    // Too long for the status text, so the whole reason follows it.
+    const std::string folder = "plain-file/" + std::string(90, 'x');
+    const Result r = sh("$S convert -o $'" + folder + "\\n\\e[31mred' a.sd2");
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1) << r.out;
+    EXPECT_EQ(r.out.find('\x1b'), std::string::npos) << r.out;
+    EXPECT_TRUE(r.out.ends_with("(couldn't create a file in " + folder + "\\n\\x1b[31mred: Not a directory)\n")) << r.out;
+}
+
+TEST_F(Hostile, FoldersThatCannotBeOpenedAreReported)
+{
+    // Put back what the scratch folder's removal needs, however the test ends.
+    struct Restore {
+        std::function<void()> run;
+        ~Restore() { run(); }
+    } restore{[this] { sh("chmod -R u+rwx . && rm -rf drop/deep"); }};
+    take("drop/ok.sd2");
+    take("drop/locked/in.sd2");
+    take("drop/odd\n\x1b[2J/in.sd2");
+    take("shut/in.sd2");
+    for (const char* folder : {"drop/locked", "drop/odd\n\x1b[2J", "shut"})
+        fs::permissions(dir / folder, fs::perms::none);
+    fs::create_directory(dir / "out");
+    fs::permissions(dir / "out", fs::perms::all);
+    // Below a tree deeper than PATH_MAX, made a step at a time.
+    sh("n=$(printf 'n%.0s' $(seq 250)); cd drop && mkdir deep && cd deep && "
+       "for i in $(seq 20); do mkdir $n && cd $n || exit 1; done && : > bottom.sd2");
+    // Root opens any folder, so the runs drop to an ordinary user, with a copy of sd2wav
+    // that user can reach wherever the build is.
+    sh("cp \"$S\" sd2wav-copy");
+    const std::string S = geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups ./sd2wav-copy" : "$S";
+
+    const Result detect = sh(S + " detect drop shut 2>&1 >/dev/null; echo \"exit $?\"");
+    std::istringstream lines(detect.out);
+    std::vector<std::string> err;
+    for (std::string line; std::getline(lines, line);)
+        err.push_back(line);
+    ASSERT_EQ(err.size(), 5u) << detect.out;
+    EXPECT_TRUE(err[0].starts_with("sd2wav: couldn't open drop/deep/nnnnn")) << err[0];
+    EXPECT_TRUE(err[0].ends_with("nnn: File name too long")) << err[0];
+    EXPECT_EQ(err[1], "sd2wav: couldn't open drop/locked: Permission denied");
+    EXPECT_EQ(err[2], "sd2wav: couldn't open drop/odd\\n\\x1b[2J: Permission denied");
+    EXPECT_EQ(err[3], "sd2wav: couldn't open shut: Permission denied");
+    EXPECT_EQ(err[4], "exit 1");
+
+    const Result json = sh(S + " detect --json shut");
+    EXPECT_EQ(json.exitCode, 1);
+    EXPECT_EQ(json.out, "{\"path\":\"shut\",\"error\":\"Couldn't open: Permission denied\"}\n"
+                        "sd2wav: no .sd2 files found in the given paths\n");
+
+    const Result convert = sh(S + " convert -o out drop");
+    EXPECT_EQ(convert.exitCode, 1) << convert.out;
+    EXPECT_NE(convert.out.find("sd2wav: couldn't open drop/locked: Permission denied\n"), std::string::npos);
+    EXPECT_TRUE(lineFor(convert.out, "drop/ok.sd2").ends_with("Bounced → ok_48kHz_24bit_stereo.wav")) << convert.out;
+}
+
+TEST_F(Hostile, DefaultOutputFolderIsBesideAFileThatExists)
+{
+    take("real/b.sd2");
+    const Result r = sh("$S convert typo/nosuchdir/a.sd2 real/b.sd2");
+    EXPECT_EQ(r.exitCode, 1) << r.out;
+    EXPECT_TRUE(fs::exists(dir / "real" / "_sd2_outputs" / "b_48kHz_24bit_stereo.wav")) << r.out;
+    EXPECT_FALSE(fs::exists(dir / "typo")) << "no folders along a mistyped path";
+}
+
+TEST_F(Hostile, OneFileUnderSeveralSpellingsIsConvertedOnce)
+{
+    take("A/take.sd2");
+    const Result r = sh("$S convert -o out A A/take.sd2 ./A/take.sd2 A/../A/take.sd2");
+    EXPECT_EQ(r.exitCode, 0) << r.out;
+    EXPECT_EQ(r.out, "A/take.sd2  Bounced → take_48kHz_24bit_stereo.wav\n");
+    EXPECT_EQ(listing(dir / "out"), std::vector<std::string>{"take_48kHz_24bit_stereo.wav"});
+}
+
+TEST_F(Hostile, AReportThatCannotBeWrittenIsAFailure)
+{
+    take("a.sd2");
+    const Result r = sh("for run in 'detect a.sd2' 'convert -o out a.sd2' 'convert --json -o out a.sd2' --help; do "
+                        "$S $run > /dev/full; echo \"exit $?\"; done");
+    const std::string failed = "sd2wav: couldn't write the report to standard output: No space left on device\nexit 1\n";
+    EXPECT_EQ(r.out, failed + failed + failed + "sd2wav: couldn't write to standard output: No space left on device\nexit 1\n");
+    EXPECT_EQ(listing(dir / "out").size(), 2u) << "the files are still converted";
 }

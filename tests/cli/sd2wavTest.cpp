@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <random>
+#include <set>
 #include <sstream>
 
 using namespace quorvel;
@@ -127,7 +128,8 @@ TEST_F(Sd2wav, UsageErrorsExitWithTwo)
 
     const Outcome none = run({"detect", (dir / "nothing-here").string() + ".wav"});
     EXPECT_EQ(none.exitCode, 1);
-    EXPECT_EQ(none.err, "sd2wav: no .sd2 files found in the given paths\n");
+    EXPECT_EQ(none.err, "sd2wav: couldn't open " + (dir / "nothing-here").string() +
+                            ".wav: No such file or directory\nsd2wav: no .sd2 files found in the given paths\n");
 }
 
 TEST_F(Sd2wav, DemoWritesEveryEncodingAndLayoutAndDetectsThem)
@@ -223,4 +225,32 @@ TEST_F(Sd2wav, ConvertDefaultsBesideTheFirstFileAndReportsFailures)
         EXPECT_EQ(r.exitCode, 2) << args.back();
         EXPECT_TRUE(r.err.starts_with("sd2wav: ")) << r.err;
     }
+}
+
+TEST_F(Sd2wav, JoinsSplitStereoPairsUnlessAskedNotTo)
+{
+    const auto tone = [](double period) { return test::encode(test::sine(40000, period, 9000), SourceFormat::s16be); };
+    write("session/Gtr.L.sd2", tone(20));
+    write("session/Gtr.R.sd2", tone(27));
+    write("session/Bass.L.sd2", tone(31));  // a lone half
+    write("session/Mix.C.sd2", tone(23));   // a surround stem
+    write("session/Take.sd2", tone(19));
+    const std::string session = (dir / "session").string();
+
+    const auto detected = lines(run({"detect", session}).out);
+    ASSERT_EQ(detected.size(), 4u);
+    EXPECT_NE(detected[1].find("Gtr.L.sd2 + R  16-bit BE (auto) · Stereo (L + R) · "), std::string::npos) << detected[1];
+    EXPECT_NE(run({"detect", "--json", session}).out.find(
+                  "\"pair\":{\"left\":\"" + session + "/Gtr.L.sd2\",\"right\":\"" + session + "/Gtr.R.sd2\"}"),
+              std::string::npos);
+
+    const Outcome converted = run({"convert", "--channels", "preserve", "-o", (dir / "out-pairs").string(), session});
+    EXPECT_EQ(converted.exitCode, 0) << converted.out;
+    std::set<std::string> written;
+    for (const auto& entry : fs::directory_iterator(dir / "out-pairs"))
+        written.insert(entry.path().filename().string());
+    EXPECT_EQ(written, (std::set<std::string>{"Bass.L_48kHz_24bit_mono.wav", "Gtr_48kHz_24bit_stereo.wav",
+                                              "Mix.C_48kHz_24bit_mono.wav", "Take_48kHz_24bit_mono.wav"}));
+
+    EXPECT_EQ(lines(run({"detect", "--no-pairs", session}).out).size(), 5u);
 }

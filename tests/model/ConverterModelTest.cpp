@@ -10,6 +10,7 @@
 #include <QThread>
 #include <QThreadPool>
 
+#include <clocale>
 #include <mutex>
 #include <random>
 #include <sndfile.h>
@@ -175,11 +176,55 @@ private slots:
 
         model->addURLs({url(t1)});
         QCOMPARE(model->queue().size(), 3u);
+        // Given twice in one call, or again under another spelling: queued once.
+        std::filesystem::create_symlink(dir / "b" / "other.sd2", dir / "link.sd2");
         model->addURLs({url(dir / "b" / "other.sd2"), url(dir / "b")});
-        // given twice in one call, queued twice
-        QCOMPARE(model->queue().size(), 5u);
+        model->addURLs({url(dir / "link.sd2")});
+        QCOMPARE(model->queue().size(), 4u);
         QCOMPARE(model->defaultOutDir()->toLocalFile(), QString::fromStdString((dir / "_sd2_outputs").string()));
         waitForDetection();
+    }
+
+    void intakeSaysWhatItCouldNotOpen()
+    {
+        model->addURLs({url(dir / "gone"), url(dir.write("a.sd2", music(SourceFormat::s16be)))});
+        QCOMPARE(model->queue().size(), 1u);
+        QCOMPARE(model->statusLine(), QStringLiteral("Couldn't open gone: No such file or directory"));
+        model->addURLs({url(dir / "gone"), url(dir / "gone too")});
+        QCOMPARE(model->statusLine(), QStringLiteral("Couldn't open 2 folders — their files are left out"));
+        waitForDetection();
+    }
+
+    void ratesReadWithAFullStopUnderAnyLocale()
+    {
+        // What QCoreApplication sets up under LANG=de_DE.UTF-8: a decimal comma in the C
+        // library's number formats, and in Qt's.
+        struct RestoreLocale {
+            std::string c = setlocale(LC_ALL, nullptr);
+            QLocale qt;
+            ~RestoreLocale()
+            {
+                setlocale(LC_ALL, c.c_str());
+                QLocale::setDefault(qt);
+            }
+        } restore;
+        QVERIFY2(setlocale(LC_ALL, "de_DE.UTF-8"), "the de_DE.UTF-8 locale is missing (tools/test.sh makes it)");
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        QCOMPARE(QString(localeconv()->decimal_point), QStringLiteral(","));
+
+        QStringList labels;
+        for (const QVariant& option : model->property("targetRateOptions").toList())
+            labels << option.toMap().value("label").toString();
+        QCOMPARE(labels, (QStringList{"44.1", "48", "88.2", "96"}));
+
+        model->setTargetRate(TargetRate::r88200);
+        queueFiles(1);
+        Recorder recorder;
+        recorder.watch(*model);
+        runBatch();
+        QCOMPARE(model->queue()[0]->status(), QStringLiteral("Bounced → take 1_88.2kHz_24bit_stereo.wav"));
+        QVERIFY2(recorder.log.contains(QStringLiteral("title: Printing to 88.2 kHz / 24-bit stereo…")), qPrintable(recorder.log.join('\n')));
+        QVERIFY(recorder.log.contains(QStringLiteral("detail: Heard 16-bit big-endian · stereo · 44.1 kHz")));
     }
 
     void editingTheQueue()
@@ -423,6 +468,42 @@ private slots:
                                         QString::fromStdString((dir / "chosen").string())}));
         waitForDetection();
         QFile::remove(wav);
+    }
+
+    // A split-stereo pair is one row, reads and bounces as stereo, and can be taken apart.
+    void splitStereoPairIsOneRow()
+    {
+        const auto half = [](double period) { return test::encode(test::sine(44100, period, 9000), SourceFormat::s16be); };
+        dir.write("s/Gtr.L.sd2", half(20));
+        dir.write("s/Gtr.R.sd2", half(29));
+        dir.write("s/Solo.R.sd2", half(23));
+        model->addURLs({url(dir / "s")});
+        waitForDetection();
+        const auto& q = model->queue();
+        QCOMPARE(q.size(), 2u);
+        QCOMPARE(q[0]->fileName(), QStringLiteral("Gtr"));
+        QVERIFY(q[0]->isPair());
+        QCOMPARE(q[0]->halves(), QStringLiteral("Gtr.L.sd2 + Gtr.R.sd2"));
+        QVERIFY2(q[0]->status().startsWith("16-bit BE (auto) · Stereo (L + R) · "), qPrintable(q[0]->status()));
+        q[0]->setOverrideChoice(ChannelOverride::mono); // the menu does not apply to a pair
+        QCOMPARE(q[0]->sourceChannels(), 2);
+        QCOMPARE(q[1]->fileName(), QStringLiteral("Solo.R.sd2"));
+
+        model->addURLs({url(dir / "s" / "Gtr.R.sd2")}); // a queued half is not queued again
+        QCOMPARE(q.size(), 2u);
+
+        model->setTargetChannels(TargetChannels::preserve);
+        runBatch();
+        QCOMPARE(q[0]->status(), QStringLiteral("Bounced → Gtr_48kHz_24bit_stereo.wav"));
+        QCOMPARE(framesIn(q[0]->outputURL().toLocalFile()), 48000);
+
+        model->splitPair(q[0].get());
+        QStringList names;
+        for (const FileItemPtr& item : q)
+            names << item->fileName();
+        QCOMPARE(names, (QStringList{"Gtr.L.sd2", "Gtr.R.sd2", "Solo.R.sd2"}));
+        waitForDetection();
+        QVERIFY2(q[1]->status().startsWith("16-bit BE (auto) · Mono"), qPrintable(q[1]->status()));
     }
 
     // The real player on a machine without sound output must fail gracefully, not hang.

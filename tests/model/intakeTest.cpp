@@ -30,7 +30,7 @@ protected:
 TEST_F(Intake, OrdersByNameAsAFileBrowserDoes)
 {
     const PathList given{touch("Take 10.sd2"), touch("take 2.SD2"), touch("Take 1.sd2")};
-    EXPECT_EQ(names(collectSd2Paths(given, {})), (Names{"Take 1.sd2", "take 2.SD2", "Take 10.sd2"}));
+    EXPECT_EQ(names(collectSd2Paths(given, {}).paths), (Names{"Take 1.sd2", "take 2.SD2", "Take 10.sd2"}));
 }
 
 TEST_F(Intake, WalksFoldersDeeplyIncludingHiddenEntries)
@@ -44,32 +44,42 @@ TEST_F(Intake, WalksFoldersDeeplyIncludingHiddenEntries)
     touch("drop/folder.sd2/inner/z.sd2"); // a folder named like a file is a candidate too
 
     // The two x.sd2 keep the order in which the walk met them.
-    EXPECT_EQ(names(collectSd2Paths({dir / "drop"}, {})),
+    EXPECT_EQ(names(collectSd2Paths({dir / "drop"}, {}).paths),
               (Names{"drop/.hidden.sd2", "drop/folder.sd2", "drop/a/x.sd2", "drop/b/x.sd2", "drop/.cache/deep/y.Sd2",
                      "drop/folder.sd2/inner/z.sd2"}));
 }
 
-TEST_F(Intake, LeavesOutQueuedPathsButNotRepeatsWithinOneCall)
+TEST_F(Intake, TakesEachFileOnceWhateverItsSpelling)
 {
     const fs::path take = touch("set/take.sd2");
-    EXPECT_TRUE(collectSd2Paths({take}, {take.string()}).empty());
-    EXPECT_EQ(collectSd2Paths({take, dir / "set"}, {}), (PathList{take, take}));
-    EXPECT_TRUE(collectSd2Paths({touch("mix.wav"), dir / "empty-folder"}, {}).empty());
+    fs::create_hard_link(take, dir / "hard.sd2");
+    fs::create_symlink(take, dir / "soft.sd2");
+    const fs::path spelled = dir / "set" / "." / ".." / "set" / "take.sd2";
+    // The first spelling met stays: here the walk of the folder, given first.
+    EXPECT_EQ(collectSd2Paths({dir / "set", take, spelled, dir / "soft.sd2", dir / "hard.sd2"}, {}).paths, PathList{take});
+    EXPECT_EQ(collectSd2Paths({spelled, dir / "set"}, {}).paths, PathList{spelled});
+
+    // Already queued, under any spelling, or byte for byte when the queued file is gone.
+    EXPECT_TRUE(collectSd2Paths({spelled, dir / "soft.sd2"}, {take.string()}).paths.empty());
+    EXPECT_TRUE(collectSd2Paths({dir / "gone.sd2"}, {(dir / "gone.sd2").string()}).paths.empty());
+    // Missing files are one file when their spellings normalise to one path.
+    EXPECT_EQ(collectSd2Paths({dir / "gone.sd2", dir / "set" / ".." / "gone.sd2"}, {}).paths, PathList{dir / "gone.sd2"});
+    EXPECT_TRUE(collectSd2Paths({touch("mix.wav"), dir / "empty-folder"}, {}).paths.empty());
 }
 
 TEST_F(Intake, KeepsOddNamesMissingFilesAndSurvivesSymlinkLoops)
 {
-    EXPECT_EQ(collectSd2Paths({dir / "gone.sd2"}, {}), PathList{dir / "gone.sd2"});
+    EXPECT_EQ(collectSd2Paths({dir / "gone.sd2"}, {}).paths, PathList{dir / "gone.sd2"});
 
     touch("loop/real.sd2");
     fs::create_directory_symlink(dir / "loop", dir / "loop" / "again");
     fs::create_symlink(dir / "nowhere.sd2", dir / "loop" / "dangling.sd2");
-    EXPECT_EQ(names(collectSd2Paths({dir / "loop"}, {})), (Names{"loop/dangling.sd2", "loop/real.sd2"}));
+    EXPECT_EQ(names(collectSd2Paths({dir / "loop"}, {}).paths), (Names{"loop/dangling.sd2", "loop/real.sd2"}));
 
     // Bytes that are not UTF-8, quotes and a line break: the exact name comes back, and
     // survives the trip through a file URL.
     const fs::path odd = touch("odd/caf\xe9 \"take\"\n1.sd2");
-    const PathList found = collectSd2Paths({dir / "odd"}, {});
+    const PathList found = collectSd2Paths({dir / "odd"}, {}).paths;
     ASSERT_EQ(found, PathList{odd});
     EXPECT_EQ(pathForUrl(urlForPath(odd)), odd);
 }

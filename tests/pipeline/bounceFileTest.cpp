@@ -25,7 +25,7 @@ struct Recorder : BounceObserver {
 
 BounceItem itemFor(const fs::path& path, SourceFormat detected, std::int64_t channels)
 {
-    return {path, [=] { return detected; }, [=] { return channels; }};
+    return {path, [=] { return detected; }, [=] { return channels; }, std::nullopt};
 }
 
 std::vector<std::int32_t> wideStereo(double scale)

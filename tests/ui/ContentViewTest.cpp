@@ -245,6 +245,26 @@ private slots:
         QCOMPARE(named(menus[1], "overrideText")->property("text").toString(), QStringLiteral("Mono"));
     }
 
+    void splitStereoPairRow()
+    {
+        show();
+        const auto q = queue({"Gtr.L.sd2", "Gtr.R.sd2"}, true);
+        QCOMPARE(q.size(), 1u);
+        const auto rows = matching(root(), [](QQuickItem* i) { return i->property("item").isValid() && i->isVisible(); });
+        QCOMPARE(rows.size(), 1);
+        QVERIFY(visibleTexts(rows[0]).contains("Gtr"));
+        QQuickItem* menu = named(rows[0], "overrideMenu");
+        QCOMPARE(named(menu, "overrideText")->property("text").toString(), QStringLiteral("Stereo (L + R)"));
+        QObject* choices = menu->findChild<QObject*>("overrideChoices");
+        QCOMPARE(choices->property("count").toInt(), 1);
+        click(menu);
+        QTRY_VERIFY(choices->property("opened").toBool());
+        QCOMPARE(itemAt(choices, 0)->property("text").toString(), QStringLiteral("Split into L and R"));
+        click(itemAt(choices, 0));
+        QTRY_COMPARE(model->queue().size(), 2u);
+        QCOMPARE(model->queue()[1]->fileName(), QStringLiteral("Gtr.R.sd2"));
+    }
+
     // The footer, meter and overlay through real runs, held at the first and the closing pause.
     void runInTheViews()
     {

@@ -1,7 +1,7 @@
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/optionSet.hpp"
 
-#include <cstdio>
+#include <charconv>
 
 namespace quorvel {
 
@@ -25,9 +25,11 @@ std::string khzText(std::int64_t hz)
 {
     if (hz % 1000 == 0)
         return std::to_string(hz / 1000);
+    // to_chars, unlike printf, ignores the C locale: names and texts read "88.2" everywhere.
     char text[32];
-    std::snprintf(text, sizeof text, "%.1f", static_cast<double>(hz) / 1000.0);
-    return text;
+    const auto written = std::to_chars(text, text + sizeof text, static_cast<double>(hz) / 1000.0,
+                                       std::chars_format::fixed, 1);
+    return std::string(text, written.ptr);
 }
 
 std::optional<TargetDepth> TargetDepth::fromRaw(std::int64_t bits) { return optionFromRaw<TargetDepth>(bits); }

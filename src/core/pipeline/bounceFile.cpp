@@ -3,6 +3,7 @@
 #include "core/detection/smoothness.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
+#include "core/pipeline/bouncePair.hpp"
 #include "core/pipeline/convertOneNative.hpp"
 #include "core/pipeline/outputNaming.hpp"
 
@@ -14,7 +15,6 @@ namespace quorvel {
 
 namespace {
 
-constexpr double kStaticBelow = 0.2;
 constexpr double kCorrectionAtLeast = 0.4;
 
 std::string channelName(std::int64_t channels) { return channels == 1 ? "mono" : "stereo"; }
@@ -103,6 +103,8 @@ namespace {
 BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer,
                          BounceResult& result)
 {
+    if (item.right)
+        return bouncePair(item, settings, observer);
     result.format = settings.sourceFormat.fixedFormat().value_or(item.detectedFormat());
 
     const MappedFile file = MappedFile::open(item.path);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace quorvel {
@@ -24,10 +25,14 @@ struct BounceSettings {
 // One queued file. Its fields are read through these at the moment the run needs them,
 // since the user may change them until then.
 struct BounceItem {
-    std::filesystem::path path;
+    std::filesystem::path path; // the file, or the left half of a split-stereo pair
     std::function<SourceFormat()> detectedFormat;
     std::function<std::int64_t()> sourceChannels;
+    std::optional<std::filesystem::path> right; // a split-stereo pair's right half
 };
+
+// Below this smoothness the data reads as static in the encoding at hand.
+inline constexpr double kStaticBelow = 0.2;
 
 // Sees each step of a file's bounce as it happens, on the converting thread.
 class BounceObserver {

@@ -12,13 +12,20 @@ ConversionResult convertOneNative(ByteView data, const std::filesystem::path& to
                                   std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                   std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
-    // Each stage replaces `buffer`, so the previous stage's audio is freed as soon as the
-    // next one exists: at most two full-length buffers are alive at once.
     PcmBufferPtr buffer = decodeToBuffer(data, format, srcRate, srcChannels);
     if (!buffer)
         return {false, "couldn't read audio", {}};
     releaseResidentPages(data);
+    return convertDecoded(std::move(buffer), to, targetRate, outChannels, targetDepth, normalizeLoudness);
+}
 
+ConversionResult convertDecoded(PcmBufferPtr buffer, const std::filesystem::path& to, std::int64_t targetRate,
+                                std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
+{
+    // Each stage replaces `buffer`, so the previous stage's audio is freed as soon as the
+    // next one exists: at most two full-length buffers are alive at once.
+    if (!buffer)
+        return {false, "couldn't read audio", {}};
     buffer = resample(buffer, targetRate);
     if (!buffer)
         return {false, "resample failed", {}};

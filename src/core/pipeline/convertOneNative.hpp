@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/detection/decodeSample.hpp"
+#include "core/pipeline/PcmBuffer.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -18,5 +19,9 @@ struct ConversionResult {
 ConversionResult convertOneNative(ByteView data, const std::filesystem::path& to, SourceFormat format,
                                   std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                   std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
+
+// The same from audio already decoded (a split-stereo pair's two halves, joined).
+ConversionResult convertDecoded(PcmBufferPtr decoded, const std::filesystem::path& to, std::int64_t targetRate,
+                                std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
 
 } // namespace quorvel

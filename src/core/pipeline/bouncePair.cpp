@@ -1,0 +1,106 @@
+#include "core/pipeline/bouncePair.hpp"
+#include "core/detection/detectPair.hpp"
+#include "core/detection/smoothness.hpp"
+#include "core/io/MappedFile.hpp"
+#include "core/io/guardedRead.hpp"
+#include "core/io/splitStereo.hpp"
+#include "core/pipeline/convertOneNative.hpp"
+#include "core/pipeline/decodePair.hpp"
+
+#include <charconv>
+
+namespace quorvel {
+
+namespace {
+
+// "1.25": seconds for a status text, with a full stop whatever the locale.
+std::string seconds(std::int64_t frames, std::int64_t rate)
+{
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text, static_cast<double>(frames) / static_cast<double>(rate),
+                                   std::chars_format::fixed, 2)
+                         .ptr;
+    return std::string(text, end);
+}
+
+} // namespace
+
+BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer)
+{
+    BounceResult result;
+    result.sourceChannels = 2;
+    const MappedFile files[2] = {MappedFile::open(item.path), MappedFile::open(*item.right)};
+    for (const MappedFile& file : files) {
+        if (!file.ok()) {
+            result.status = "Couldn't read the file";
+            result.reason = file.error();
+            return result;
+        }
+    }
+    const ByteView left = files[0].bytes(), right = files[1].bytes();
+
+    // The halves are read afresh, so the pair is judged on what is on disk now.
+    std::optional<PairDetection> pair;
+    double scores[2] = {0, 0};
+    const bool read = guardedRead([&] {
+        const auto l = detectFile(left, settings.sourceFormat);
+        const auto r = detectFile(right, settings.sourceFormat);
+        if (!l || !r)
+            return;
+        pair = detectPair(*l, *r, settings.sourceFormat);
+        for (int c = 0; c < 2; ++c)
+            scores[c] = smoothness(c == 0 ? left : right, pair->format);
+    });
+    if (!read || !pair) {
+        result.status = "Couldn't read the file";
+        result.reason = "the file changed while it was being read";
+        return result;
+    }
+    result.format = pair->format;
+    if (!pair->agree) {
+        result.status = pair->status;
+        result.reason = "the halves of the pair read differently";
+        return result;
+    }
+    // A flat (0.0) or near-empty (−1.0) half is silence or padding, not noise.
+    for (int c = 0; c < 2; ++c) {
+        if (scores[c] != 0.0 && scores[c] != -1.0 && scores[c] < kStaticBelow) {
+            result.status = "Reads as static — try another source format in Advanced";
+            result.reason = std::string(c == 0 ? "the L" : "the R") + " half reads as noise in " +
+                            std::string(result.format.shortText());
+            return result;
+        }
+    }
+
+    observer.analysed(analysisLine(false, result.format, 2, settings.sourceRate));
+    result.analysed = true;
+    result.outputChannels = settings.channels == TargetChannels::mono ? 1 : 2;
+    observer.printing(printingTitle(settings, result.outputChannels));
+
+    const auto name = splitStereoName(item.path.filename().string());
+    const std::string stem = name ? name->base : item.path.stem().string();
+    const std::filesystem::path to =
+        observer.chooseOutput(settings.outputFolder, stem, settings.targetRate, settings.depth, result.outputChannels);
+    const ConversionResult converted =
+        convertDecoded(decodePairToBuffer(left, right, result.format, settings.sourceRate), to, settings.targetRate,
+                       result.outputChannels, settings.depth, settings.normalize);
+    result.ok = converted.ok;
+    if (!converted.ok) {
+        result.status = chokedStatus(converted.error);
+        result.reason = converted.error;
+        return result;
+    }
+    result.output = converted.written;
+    result.status = "Bounced → " + converted.written.filename().string();
+    const std::int64_t bps = result.format.bytesPerSample();
+    const std::int64_t frames[2] = {static_cast<std::int64_t>(left.size()) / bps,
+                                    static_cast<std::int64_t>(right.size()) / bps};
+    if (frames[0] != frames[1]) {
+        const int shorter = frames[0] < frames[1] ? 0 : 1;
+        result.status += std::string(shorter == 0 ? " · L" : " · R") + " padded with " +
+                         seconds(frames[1 - shorter] - frames[shorter], settings.sourceRate) + " s of silence";
+    }
+    return result;
+}
+
+} // namespace quorvel

@@ -1,0 +1,94 @@
+#include "core/pipeline/bounceFile.hpp"
+#include "support/files.hpp"
+#include "support/signals.hpp"
+
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+using namespace quorvel;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Silent : BounceObserver {};
+
+// Every sample of a 16-bit WAV file, interleaved, and its channel count.
+std::pair<std::vector<std::int32_t>, int> samplesOf(const fs::path& path)
+{
+    SF_INFO info{};
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    if (!file)
+        return {};
+    std::vector<int> raw(static_cast<std::size_t>(info.frames * info.channels));
+    sf_readf_int(file, raw.data(), info.frames);
+    sf_close(file);
+    std::vector<std::int32_t> samples;
+    for (int v : raw)
+        samples.push_back(v >> 16); // libsndfile reads int as left-aligned 32-bit
+    return {samples, info.channels};
+}
+
+class BouncePair : public ::testing::Test {
+protected:
+    BouncePair()
+    {
+        settings.outputFolder = dir / "out";
+        fs::create_directories(settings.outputFolder);
+        settings.targetRate = 44100;
+        settings.depth = 16;
+        settings.channels = TargetChannels::preserve;
+    }
+    BounceResult bounce(const fs::path& left, const fs::path& right)
+    {
+        // What detection put on the item plays no part: the pair is read afresh.
+        return bounceFile({left, [] { return SourceFormat{SourceFormat::s24le}; }, [] { return std::int64_t{1}; }, right},
+                          settings, observer);
+    }
+    test::ScratchDir dir;
+    BounceSettings settings;
+    Silent observer;
+};
+
+} // namespace
+
+TEST_F(BouncePair, InterleavesTheHalvesBitExactlyAtTheSourceRateAndDepth)
+{
+    const auto l = test::sine(30000, 20, 9000), r = test::sine(30000, 33, 12000);
+    const BounceResult result = bounce(dir.write("Gtr.L.sd2", test::encode(l, SourceFormat::s16be)),
+                                       dir.write("Gtr.R.sd2", test::encode(r, SourceFormat::s16be)));
+    ASSERT_TRUE(result.ok) << result.status;
+    EXPECT_EQ(result.status, "Bounced → Gtr_44.1kHz_16bit_stereo.wav");
+    EXPECT_EQ(result.sourceChannels, 2);
+    EXPECT_EQ(samplesOf(result.output), std::pair(test::interleave(l, r), 2));
+
+    settings.channels = TargetChannels::mono; // the pair goes through the stereo pipeline: downmixed
+    EXPECT_EQ(bounce(dir / "Gtr.L.sd2", dir / "Gtr.R.sd2").status, "Bounced → Gtr_44.1kHz_16bit_mono.wav");
+}
+
+TEST_F(BouncePair, PadsTheShorterHalfWithSilenceAndSaysSo)
+{
+    const auto l = test::sine(44100, 20, 9000), r = test::sine(39690, 33, 12000);
+    const BounceResult result = bounce(dir.write("Vox.l", test::encode(l, SourceFormat::s16le)),
+                                       dir.write("Vox.r", test::encode(r, SourceFormat::s16le)));
+    ASSERT_TRUE(result.ok) << result.status;
+    EXPECT_EQ(result.status, "Bounced → Vox_44.1kHz_16bit_stereo.wav · R padded with 0.10 s of silence");
+    auto padded = r;
+    padded.resize(l.size(), 0);
+    EXPECT_EQ(samplesOf(result.output).first, test::interleave(l, padded));
+}
+
+TEST_F(BouncePair, RefusesHalvesThatReadDifferentlyUnlessTheFormatIsFixed)
+{
+    const auto left = dir.write("Mix.L.sd2", test::encode(test::sine(40000, 20, 9000), SourceFormat::s16be));
+    const auto right = dir.write("Mix.R.sd2", test::encode(test::sine(40000, 20, 10000), SourceFormat::s16le));
+    const BounceResult refused = bounce(left, right);
+    EXPECT_FALSE(refused.ok);
+    EXPECT_TRUE(refused.status.starts_with("L and R read differently — ")) << refused.status;
+    EXPECT_TRUE(fs::is_empty(settings.outputFolder));
+
+    // Fixed to the left half's encoding, the right half reads as noise there: refused as static.
+    settings.sourceFormat = SourceFormatChoice::fixed(SourceFormat::s16be);
+    const BounceResult fixed = bounce(left, right);
+    EXPECT_EQ(fixed.status, "Reads as static — try another source format in Advanced");
+    EXPECT_EQ(fixed.reason, "the R half reads as noise in 16-bit BE");
+}
