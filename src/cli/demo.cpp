@@ -105,7 +105,7 @@ int runDemo(const std::filesystem::path& folder, std::ostream& out, std::ostream
             // Never replace what is already there, even one of ours or a dangling symlink.
             if (!std::filesystem::exists(std::filesystem::symlink_status(path, error))) {
                 if (const std::string why = writeDemo(path, {format, channels}, seed); !why.empty()) {
-                    err << "sd2wav: couldn't write " << path.string() << ": " << why << '\n';
+                    err << "sd2wav: couldn't write " << printableName(path.string()) << ": " << why << '\n';
                     failed = true;
                 }
             }
