@@ -68,6 +68,9 @@ protected:
             ::dup2(null, STDIN_FILENO);
             ::dup2(out >= 0 ? out : null, STDOUT_FILENO);
             ::dup2(null, STDERR_FILENO);
+            // As from a terminal, even when this test runs as a background job (SIGINT ignored).
+            for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
+                ::signal(signal, SIG_DFL);
             ::execv(argv[0], argv.data());
             _exit(98);
         }
@@ -75,7 +78,7 @@ protected:
     }
     static bool partialAppears(const fs::path& folder, const std::string& prefix)
     {
-        for (int i = 0; i < 2000; ++i, ::usleep(5000))
+        for (int i = 0; i < 4000; ++i, ::usleep(5000))
             for (const auto& entry : fs::directory_iterator(folder))
                 if (entry.path().filename().string().starts_with(prefix) &&
                     entry.path().filename().string().find(".partial-") != std::string::npos)
