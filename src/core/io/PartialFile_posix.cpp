@@ -10,9 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <mutex>
-#include <stdlib.h>
+#include <random>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -96,28 +95,13 @@ void untrack(int slot)
         liveSlots[slot].state.store(kFree);
 }
 
-// The process's umask, read without changing it where /proc allows: setting it to read it
-// would, for that instant, change the mode of files other threads create.
-mode_t processUmask()
-{
-    static const mode_t mask = [] {
-        std::ifstream status("/proc/self/status");
-        for (std::string line; std::getline(status, line);)
-            if (line.starts_with("Umask:"))
-                return static_cast<mode_t>(std::strtoul(line.c_str() + 6, nullptr, 8));
-        const mode_t old = ::umask(022);
-        ::umask(old);
-        return old;
-    }();
-    return mask;
-}
-
-constexpr std::string_view kPartialSuffix = ".partial-XXXXXX";
+constexpr std::string_view kPartialSuffix = ".partial-";
+constexpr std::size_t kRandomChars = 6;
 constexpr std::string_view kCutMarker = "…";
 
-// "name.wav.partial-XXXXXX", its name cut (and marked) when the whole would not fit in a
-// file name, never inside a UTF-8 character.
-std::string partialTemplate(const std::filesystem::path& final)
+// "name.wav.partial-" to which the random characters are added, its name cut (and marked)
+// when the whole would not fit in a file name, never inside a UTF-8 character.
+std::string partialPrefix(const std::filesystem::path& final)
 {
     const std::filesystem::path dir = final.parent_path();
     long nameMax = ::pathconf(dir.empty() ? "." : dir.c_str(), _PC_NAME_MAX);
@@ -125,14 +109,25 @@ std::string partialTemplate(const std::filesystem::path& final)
         nameMax = NAME_MAX;
     std::string name = final.filename().string();
     const auto limit = static_cast<std::size_t>(nameMax);
-    if (name.size() + kPartialSuffix.size() > limit && limit > kPartialSuffix.size() + kCutMarker.size()) {
-        std::size_t cut = limit - kPartialSuffix.size() - kCutMarker.size();
+    const std::size_t suffix = kPartialSuffix.size() + kRandomChars;
+    if (name.size() + suffix > limit && limit > suffix + kCutMarker.size()) {
+        std::size_t cut = limit - suffix - kCutMarker.size();
         while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80)
             --cut;
         name.resize(cut);
         name += kCutMarker;
     }
     return (dir / (name + std::string(kPartialSuffix))).string();
+}
+
+std::string randomChars()
+{
+    static constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    thread_local std::mt19937_64 random{std::random_device{}()};
+    std::string chars(kRandomChars, ' ');
+    for (char& c : chars)
+        c = kAlphabet[random() % kAlphabet.size()];
+    return chars;
 }
 
 // Test seam: QUORVEL_TEST_PUBLISH=rename publishes as on a file system without hard links,
@@ -181,16 +176,28 @@ int renameWithoutReplacing(const char* from, const char* to, Fallback forced)
 PartialFile PartialFile::create(const std::filesystem::path& final)
 {
     PartialFile file;
-    std::string name = partialTemplate(final);
-    file.fd_ = ::mkostemp(name.data(), O_CLOEXEC);
-    if (file.fd_ < 0) {
-        file.error_ = lastError();
-        return file;
+    const std::string prefix = partialPrefix(final);
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        std::string name = prefix + randomChars();
+        // Listed before it exists, so a signal at any moment finds it. Only another partial
+        // file can have this name, so a signal while it is taken removes nothing else.
+        const int slot = track(name);
+        // The user's umask applies: the output becomes an ordinary file of theirs.
+        const int fd = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd >= 0) {
+            file.fd_ = fd;
+            file.slot_ = slot;
+            file.path_ = std::move(name);
+            return file;
+        }
+        const int error = errno;
+        untrack(slot);
+        if (error != EEXIST) {
+            file.error_ = std::generic_category().message(error);
+            return file;
+        }
     }
-    file.slot_ = track(name);
-    // mkstemp makes it private; the output is an ordinary file, as the user's umask has it.
-    ::fchmod(file.fd_, 0666 & ~processUmask());
-    file.path_ = name;
+    file.error_ = std::generic_category().message(EEXIST);
     return file;
 }
 
