@@ -1,10 +1,10 @@
 #include "cli/commands.hpp"
 #include "cli/queue.hpp"
 #include "core/formats/encodeSample.hpp"
+#include "core/io/PartialFile.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <numbers>
 #include <random>
 #include <vector>
@@ -58,7 +58,9 @@ struct DemoFile {
     int channels;
 };
 
-void writeDemo(const std::filesystem::path& path, const DemoFile& demo, unsigned seed)
+// Written as outputs are: under a partial name, then put in place without replacing
+// anything, never through a symlink. Empty on success, else why not.
+std::string writeDemo(const std::filesystem::path& path, const DemoFile& demo, unsigned seed)
 {
     std::vector<std::vector<double>> tracks{melody(seed, 440.0)};
     if (demo.channels == 2)
@@ -75,8 +77,12 @@ void writeDemo(const std::filesystem::path& path, const DemoFile& demo, unsigned
             out += bps;
         }
     }
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                static_cast<std::streamsize>(bytes.size()));
+    PartialFile file = PartialFile::create(path);
+    if (file.fd() < 0 || !file.writeAll(bytes))
+        return file.error();
+    if (file.publish(path, [](const std::filesystem::path&) { return std::filesystem::path(); }).empty())
+        return file.error();
+    return {};
 }
 
 } // namespace
@@ -91,13 +97,18 @@ int runDemo(const std::filesystem::path& folder, std::ostream& out, std::ostream
     }
 
     unsigned seed = 1;
+    bool failed = false;
     for (SourceFormat format : SourceFormat::allCases()) {
         for (int channels : {1, 2}) {
             const auto name = "demo " + std::string(format.rawValue()) + (channels == 1 ? " mono" : " stereo") + ".sd2";
             const auto path = folder / name;
-            // Never replace a file that is already there, even one of ours.
-            if (!std::filesystem::exists(path))
-                writeDemo(path, {format, channels}, seed);
+            // Never replace what is already there, even one of ours or a dangling symlink.
+            if (!std::filesystem::exists(std::filesystem::symlink_status(path, error))) {
+                if (const std::string why = writeDemo(path, {format, channels}, seed); !why.empty()) {
+                    err << "sd2wav: couldn't write " << printableName(path.string()) << ": " << why << '\n';
+                    failed = true;
+                }
+            }
             ++seed;
         }
     }
@@ -105,7 +116,8 @@ int runDemo(const std::filesystem::path& folder, std::ostream& out, std::ostream
     DetectOptions options;
     options.jobs = defaultJobs();
     options.paths = {folder.string()};
-    return runDetect(options, out, err);
+    const int detected = runDetect(options, out, err);
+    return failed ? 1 : detected;
 }
 
 } // namespace quorvel::cli

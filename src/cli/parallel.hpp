@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -12,7 +13,8 @@ namespace quorvel::cli {
 
 // Runs work(i) for i in [0, count) on `jobs` threads and hands each result to emit(i, r)
 // on the calling thread in index order, as soon as it and all before it are done. Output
-// order therefore never depends on the number of jobs.
+// order therefore never depends on the number of jobs. When threads cannot be started it
+// runs with those it has, or on the calling thread alone.
 template <class Work, class Emit>
 void forEachInOrder(std::size_t count, unsigned jobs, Work work, Emit emit)
 {
@@ -37,8 +39,17 @@ void forEachInOrder(std::size_t count, unsigned jobs, Work work, Emit emit)
         }
     };
     std::vector<std::jthread> threads;
-    for (unsigned t = 0; t < jobs && t < count; ++t)
-        threads.emplace_back(worker);
+    try {
+        for (unsigned t = 0; t < jobs && t < count; ++t)
+            threads.emplace_back(worker);
+    } catch (const std::system_error&) {
+        // No threads left (ulimit -u, or no memory for a stack): fewer jobs, or none but this one.
+        if (threads.empty()) {
+            for (std::size_t i = 0; i < count; ++i)
+                emit(i, work(i));
+            return;
+        }
+    }
 
     for (std::size_t i = 0; i < count; ++i) {
         std::unique_lock lock(mutex);

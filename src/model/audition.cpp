@@ -33,28 +33,28 @@ void ConverterModel::preview(FileItem* item)
 
     inBackground([=, this] {
         const MappedFile file = MappedFile::open(source);
-        // Played as it will be bounced: the file's own audio bytes at its own rate, and a
-        // split-stereo pair's two halves side by side.
-        FileSource audio = findFileSource(source);
-        const bool read = file.ok() && guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
-        const std::int64_t rate = audio.description ? audio.description->rate : settingRate;
-        PcmBufferPtr excerpt;
-        if (read && right) {
-            const MappedFile rightFile = MappedFile::open(*right);
-            const FileSource rightAudio = findFileSource(*right);
-            if (rightFile.ok())
-                excerpt = decodePairToBuffer(audio.audio(file.bytes()), rightAudio.audio(rightFile.bytes()), format, rate,
-                                             rate * kPreviewSeconds);
-        } else if (read) {
-            excerpt = decodeToBuffer(audio.audio(file.bytes()), format, rate, channels, rate * kPreviewSeconds);
-        }
         bool written = false;
-        if (excerpt) {
-            try {
+        try { // a write error, or no memory left for the excerpt
+            // Played as it will be bounced: the file's own audio bytes at its own rate, and a
+            // split-stereo pair's two halves side by side.
+            FileSource audio = findFileSource(source);
+            const bool read = file.ok() && guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
+            const std::int64_t rate = audio.description ? audio.description->rate : settingRate;
+            const std::int64_t frames = rate * kPreviewSeconds;
+            PcmBufferPtr excerpt;
+            if (read && right) {
+                const MappedFile rightFile = MappedFile::open(*right);
+                if (rightFile.ok())
+                    excerpt = decodePairToBuffer(audio.audio(file.bytes()), findFileSource(*right).audio(rightFile.bytes()),
+                                                 format, rate, frames);
+            } else if (read) {
+                excerpt = decodeToBuffer(audio.audio(file.bytes()), format, rate, channels, frames);
+            }
+            if (excerpt) {
                 writeWAV(*excerpt, QFile::encodeName(wav).toStdString(), 16, ExistingFile::replace);
                 written = true;
-            } catch (const WriteError&) {
             }
+        } catch (const std::exception&) {
         }
         if (!written) {
             post([this] { setStatusLine(QStringLiteral("Preview couldn't render.")); });

@@ -5,10 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <functional>
 #include <sstream>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace quorvel;
@@ -47,6 +50,40 @@ protected:
             if (line.starts_with(name + " "))
                 return line;
         return "(no line for " + name + " in:\n" + out + ")";
+    }
+    // Starts sd2wav in the scratch folder without a shell, stdout on `out` (else /dev/null).
+    pid_t start(const std::vector<std::string>& args, int out = -1) const
+    {
+        std::vector<std::string> words{SD2WAV_PATH};
+        words.insert(words.end(), args.begin(), args.end());
+        std::vector<char*> argv;
+        for (std::string& word : words)
+            argv.push_back(word.data());
+        argv.push_back(nullptr);
+        const pid_t pid = fork();
+        if (pid == 0) {
+            const int null = ::open("/dev/null", O_RDWR);
+            if (::chdir(dir.path().c_str()) != 0 || null < 0)
+                _exit(99);
+            ::dup2(null, STDIN_FILENO);
+            ::dup2(out >= 0 ? out : null, STDOUT_FILENO);
+            ::dup2(null, STDERR_FILENO);
+            // As from a terminal, even when this test runs as a background job (SIGINT ignored).
+            for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
+                ::signal(signal, SIG_DFL);
+            ::execv(argv[0], argv.data());
+            _exit(98);
+        }
+        return pid;
+    }
+    static bool partialAppears(const fs::path& folder, const std::string& prefix)
+    {
+        for (int i = 0; i < 4000; ++i, ::usleep(5000))
+            for (const auto& entry : fs::directory_iterator(folder))
+                if (entry.path().filename().string().starts_with(prefix) &&
+                    entry.path().filename().string().find(".partial-") != std::string::npos)
+                    return true;
+        return false;
     }
     std::vector<std::string> listing(const fs::path& folder) const
     {
@@ -133,6 +170,133 @@ TEST_F(Hostile, KilledMidWriteLeavesOnlyAClearlyNamedPartialFile)
     const Result again = sh("$S convert --rate 96000 --depth 32 -o out long.sd2");
     EXPECT_EQ(again.exitCode, 0) << again.out;
     EXPECT_TRUE(fs::exists(dir / "out" / "long_96kHz_32bit_stereo.wav"));
+}
+
+TEST_F(Hostile, InterruptedRunsRemoveTheirPartialFiles)
+{
+    take("long.sd2", 300);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const fs::path out = dir / ("out" + std::to_string(signal));
+        fs::create_directory(out);
+        const pid_t pid = start({"convert", "--rate", "96000", "--depth", "32", "-o", out.string(), "long.sd2"});
+        const bool caught = partialAppears(out, "long_");
+        ::kill(pid, signal);
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        ASSERT_TRUE(caught) << "the write was not caught in the act";
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << "ended by the signal: " << status;
+        EXPECT_EQ(listing(out), std::vector<std::string>{}) << "signal " << signal;
+    }
+
+    // A closed pipe: the first file's report line waits on a full stdout pipe while the
+    // second file is written; closing the pipe then raises SIGPIPE in the middle of it.
+    take("a.sd2");
+    fs::create_directory(dir / "piped");
+    int pipeEnds[2];
+    ASSERT_EQ(::pipe2(pipeEnds, O_CLOEXEC), 0);
+    ::fcntl(pipeEnds[1], F_SETFL, O_NONBLOCK);
+    const std::vector<char> filler(4096, 'x');
+    while (::write(pipeEnds[1], filler.data(), filler.size()) > 0) {
+    }
+    while (::write(pipeEnds[1], filler.data(), 1) > 0) {
+    }
+    ::fcntl(pipeEnds[1], F_SETFL, 0);
+    const pid_t pid = start({"convert", "--rate", "96000", "--depth", "32", "-j", "2", "-o", "piped", "a.sd2", "long.sd2"},
+                            pipeEnds[1]);
+    ::close(pipeEnds[1]);
+    const bool caught = partialAppears(dir / "piped", "long_");
+    ::close(pipeEnds[0]);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    ASSERT_TRUE(caught) << "the write was not caught in the act";
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGPIPE) << "ended by SIGPIPE: " << status;
+    EXPECT_EQ(listing(dir / "piped"), std::vector<std::string>{"a_96kHz_32bit_stereo.wav"});
+}
+
+TEST_F(Hostile, OutOfMemoryOrThreadsFailsThatFileNotTheBatch)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizers' shadow memory does not fit under an address-space limit";
+#endif
+    take("in/a.sd2");
+    take("in/big.sd2", 300);
+    take("in/c.sd2");
+    // 250 MB of address space: the small files fit, the big one cannot.
+    const Result memory = sh("ulimit -v 250000 && $S convert --normalize -j 1 -o out in");
+    EXPECT_EQ(memory.exitCode, 1) << memory.out;
+    EXPECT_EQ(lineFor(memory.out, "in/big.sd2"), "in/big.sd2  Choked: not enough memory");
+    EXPECT_EQ(lineFor(memory.out, "in/c.sd2"), "in/c.sd2    Bounced → c_48kHz_24bit_stereo.wav");
+    EXPECT_EQ(listing(dir / "out"), (std::vector<std::string>{"a_48kHz_24bit_stereo.wav", "c_48kHz_24bit_stereo.wav"}));
+
+    // A stack size no thread can be given: neither the -j workers nor a channel's resampler
+    // can start. The jobs run on the main thread; resampling fails each file with its reason.
+    const std::string noThreads = "ulimit -v 400000 && ulimit -s 1000000 && ";
+    const Result resampled = sh(noThreads + "$S convert -j 2 -o threads in/a.sd2 in/c.sd2");
+    EXPECT_EQ(resampled.exitCode, 1) << resampled.out;
+    EXPECT_EQ(lineFor(resampled.out, "in/c.sd2"), "in/c.sd2  Choked: couldn't start a thread (Resource temporarily unavailable)");
+    const Result copied = sh(noThreads + "$S convert --rate 44100 -j 2 -o threads in/a.sd2 in/c.sd2");
+    EXPECT_EQ(copied.exitCode, 0) << copied.out;
+}
+
+TEST_F(Hostile, LongNamesAreShortenedNotRefused)
+{
+    // 230 bytes: the output's 250-byte name fits, its partial name must be cut to fit too.
+    const std::string fits(226, 'f');
+    take(fits + ".sd2");
+    // 'x' and 124 two-byte characters: the output name must lose some, never half of one.
+    std::string tooLong = "x";
+    for (int i = 0; i < 124; ++i)
+        tooLong += "é";
+    take(tooLong + ".sd2");
+    for (int run = 1; run <= 2; ++run) {
+        const Result r = sh("$S convert -o out " + fits + ".sd2 " + tooLong + ".sd2");
+        EXPECT_EQ(r.exitCode, 0) << r.out;
+    }
+    std::vector<std::string> names = listing(dir / "out");
+    ASSERT_EQ(names.size(), 4u);
+    EXPECT_EQ(names[0], fits + "_48kHz_24bit_stereo (2).wav");
+    EXPECT_EQ(names[1], fits + "_48kHz_24bit_stereo.wav");
+    for (const std::string tail : {"…_48kHz_24bit_stereo.wav", "…_48kHz_24bit_stereo (2).wav"}) {
+        const std::string& name = names[2].ends_with(tail) ? names[2] : names[3];
+        EXPECT_TRUE(name.ends_with(tail)) << name;
+        EXPECT_GE(name.size(), 250u) << name;
+        EXPECT_LE(name.size(), 255u) << name;
+        const std::string head = name.substr(0, name.size() - tail.size());
+        EXPECT_TRUE(tooLong.starts_with(head) && head.size() % 2 == 1) << "cut between whole characters: " << name;
+    }
+}
+
+TEST_F(Hostile, DemoFilesAreWrittenLikeOutputs)
+{
+    // A dangling symlink under a demo name is left alone, not written through.
+    fs::create_directories(dir / "d");
+    fs::create_symlink(dir / "elsewhere.sd2", dir / "d" / "demo s16be mono.sd2");
+    const Result linked = sh("$S demo d");
+    EXPECT_EQ(linked.exitCode, 1) << linked.out;
+    EXPECT_FALSE(fs::exists(dir / "elsewhere.sd2"));
+    EXPECT_TRUE(lineFor(linked.out, "d/demo s16be mono.sd2").ends_with("Unreadable file (No such file or directory)"));
+    EXPECT_EQ(listing(dir / "d").size(), 8u);
+
+    // A full disk: each file is complete or absent, and each failure is reported.
+    const Result full = sh("ulimit -f 128 && $S demo full");
+    EXPECT_EQ(full.exitCode, 1) << full.out;
+    EXPECT_NE(full.out.find("sd2wav: couldn't write full/demo s24le stereo.sd2: File too large"), std::string::npos)
+        << full.out;
+    EXPECT_EQ(listing(dir / "full"), std::vector<std::string>{});
+}
+
+TEST_F(Hostile, OutputsFollowTheUmask)
+{
+    take("a.sd2");
+    for (const int mask : {077, 027, 002}) {
+        const std::string out = "out" + std::to_string(mask);
+        char command[128];
+        std::snprintf(command, sizeof command, "umask %03o && $S convert -o %s a.sd2", mask, out.c_str());
+        ASSERT_EQ(sh(command).exitCode, 0);
+        struct stat info {};
+        ASSERT_EQ(::stat((dir / out / "a_48kHz_24bit_stereo.wav").c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0777, 0666u & ~static_cast<unsigned>(mask)) << "umask " << mask;
+    }
 }
 
 TEST_F(Hostile, UnreadableFile)

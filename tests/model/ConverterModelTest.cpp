@@ -13,6 +13,7 @@
 
 #include <clocale>
 #include <mutex>
+#include <new>
 #include <random>
 #include <sndfile.h>
 
@@ -401,6 +402,29 @@ private slots:
         QCOMPARE(q[2]->state(), FileItem::done);
         QCOMPARE(model->phaseTitle(), QStringLiteral("2 need another look"));
         QCOMPARE(framesIn(q[1]->outputURL().toLocalFile()), sf_count_t{48000});
+    }
+
+    // Memory running out in one file's bounce (here, thrown from its analysis pause) fails
+    // that file; the worker goes on with the rest.
+    void outOfMemoryFailsOneFileAndTheRunGoesOn()
+    {
+        ModelServices failing = services();
+        int analysisPauses = 0;
+        failing.pause = [&](double seconds) {
+            if (seconds == 0.7 && ++analysisPauses == 2)
+                throw std::bad_alloc();
+            pacer(seconds);
+        };
+        model = std::make_unique<ConverterModel>(failing);
+        queueFiles(3);
+        model->setOutputFolder(url(dir / "out"));
+        runBatch();
+        const auto& q = model->queue();
+        QCOMPARE(q[0]->state(), FileItem::done);
+        QCOMPARE(q[1]->state(), FileItem::failed);
+        QCOMPARE(q[1]->status(), QStringLiteral("Choked: not enough memory"));
+        QCOMPARE(q[2]->state(), FileItem::done);
+        QCOMPARE(model->statusLine(), QStringLiteral("1 of 3 flagged — check the bench."));
     }
 
     void autoCorrection()

@@ -1,4 +1,5 @@
 #include "core/formats/OutputOptions.hpp"
+#include "core/io/PartialFile.hpp"
 #include "core/pipeline/decodeToBuffer.hpp"
 #include "core/pipeline/outputNaming.hpp"
 #include "core/pipeline/writeWAV.hpp"
@@ -9,7 +10,9 @@
 #include <sndfile.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <thread>
 
 using namespace quorvel;
 namespace fs = std::filesystem;
@@ -132,4 +135,48 @@ TEST(WriteWAV, NeverReplacesAndLeavesNoPartialFile)
     for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir.path()))
         ++files;
     EXPECT_EQ(files, 2u) << "only the kept file and the new one: no partial file left behind";
+}
+
+TEST(OutputNaming, NamesTooLongForTheFileSystemAreCutAndMarked)
+{
+    const std::string stem = outputStem(std::string(250, 'n'), 48000, 24, 2);
+    const fs::path first = outputCandidate("/o", stem, 1);
+    EXPECT_EQ(first.filename(), std::string(229, 'n') + "…_48kHz_24bit_stereo.wav");
+    // The next of the series is cut from the same place, and still fits.
+    const fs::path tenth = nextOutputCandidate(outputCandidate("/o", stem, 9));
+    EXPECT_EQ(tenth.filename(), std::string(224, 'n') + "…_48kHz_24bit_stereo (10).wav");
+    EXPECT_EQ(outputCandidate("/o", "short", 10).filename(), "short (10).wav");
+}
+
+// Where hard links are missing (FAT, exFAT, some network shares), publishing falls back to a
+// no-replace rename, or to an exclusive claim of the name; forced here through the test
+// seam. Writers racing for one series of names must each land on a name of their own.
+TEST(PartialFile, RacingPublishersNeverReplaceEachOtherWithoutHardLinks)
+{
+    for (const char* fallback : {"rename", "claim"}) {
+        test::ScratchDir dir;
+        ::setenv("QUORVEL_TEST_PUBLISH", fallback, 1);
+        constexpr int kThreads = 4, kEach = 40;
+        std::vector<std::vector<fs::path>> landed(kThreads);
+        {
+            std::vector<std::jthread> writers;
+            for (int t = 0; t < kThreads; ++t)
+                writers.emplace_back([&, t] {
+                    for (int i = 0; i < kEach; ++i) {
+                        PartialFile file = PartialFile::create(dir / "x.wav");
+                        const std::string text = std::to_string(t) + "/" + std::to_string(i);
+                        ASSERT_TRUE(file.writeAll({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}));
+                        landed[t].push_back(file.publish(dir / "x.wav", nextOutputCandidate));
+                    }
+                });
+        }
+        ::unsetenv("QUORVEL_TEST_PUBLISH");
+        std::size_t files = 0;
+        for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir.path()))
+            ++files;
+        EXPECT_EQ(files, std::size_t{kThreads * kEach}) << fallback << ": no file replaced, no partial file left";
+        for (int t = 0; t < kThreads; ++t)
+            for (int i = 0; i < kEach; ++i)
+                EXPECT_EQ(test::slurp(landed[t][i]), std::to_string(t) + "/" + std::to_string(i)) << fallback;
+    }
 }

@@ -1,17 +1,23 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <string>
 
 namespace quorvel {
 
-// A file being written under a clearly marked temporary name ("name.wav.partial-XXXXXX")
-// beside its final place, so a failed or interrupted write never leaves a half file under
-// a final name. Removed on destruction unless it has been published.
+// A file being written under a clearly marked temporary name ("name.wav.partial-XXXXXX",
+// the name cut and marked with "…" when the whole would be too long) beside its final
+// place, so a failed or interrupted write never leaves a half file under a final name.
+// Removed on destruction unless it has been published, and when SIGINT, SIGTERM, SIGHUP or
+// SIGPIPE ends the process (signals left at their default action get a handler that
+// removes the partial files, then ends the process by the same signal).
 class PartialFile {
 public:
-    // Creates it exclusively in final.parent_path(). On failure fd() < 0 and error() says why.
+    // Creates it exclusively in final.parent_path(), with the mode the user's umask gives
+    // new files. On failure fd() < 0 and error() says why.
     static PartialFile create(const std::filesystem::path& final);
 
     PartialFile(PartialFile&& other) noexcept;
@@ -23,8 +29,13 @@ public:
     int fd() const { return fd_; }
     const std::string& error() const { return error_; }
 
-    // Closes the file and moves it to `target` without replacing anything; while the target
-    // exists, tries next(target). Returns the path it landed at, or empty with error() set.
+    // Writes all of `bytes` at the current offset. False with error() set when it cannot.
+    bool writeAll(std::span<const std::uint8_t> bytes);
+
+    // Closes the file and moves it to `target` without replacing anything, even where the
+    // file system has no hard links; while the target exists, tries next(target), and
+    // gives up ("File exists") when that is empty. Returns the path it landed at, or empty
+    // with error() set.
     std::filesystem::path publish(std::filesystem::path target,
                                   const std::function<std::filesystem::path(const std::filesystem::path&)>& next);
 
@@ -35,8 +46,10 @@ public:
 private:
     PartialFile() = default;
     void closeFd();
+    void published();
 
     int fd_ = -1;
+    int slot_ = -1; // in the signal handler's table of files to remove
     std::filesystem::path path_;
     std::string error_;
 };

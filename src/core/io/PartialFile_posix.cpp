@@ -1,9 +1,18 @@
-// POSIX implementation of PartialFile.
+// POSIX implementation of PartialFile, and the signal-time removal of the partial files
+// being written.
 #include "core/io/PartialFile.hpp"
 
+#include <atomic>
 #include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
-#include <stdlib.h>
+#include <mutex>
+#include <random>
+#include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -12,25 +21,189 @@
 namespace quorvel {
 
 namespace {
+
 std::string lastError() { return std::generic_category().message(errno); }
+
+// Partial files being written, for a signal handler to remove when Ctrl-C, SIGTERM,
+// SIGHUP or a closed pipe ends the process. The handler may only use async-signal-safe
+// calls, so this is a fixed table of preallocated path buffers whose slots change hands
+// through atomics: the one piece of global state the core keeps.
+enum SlotState : int { kFree, kOwned, kLive, kRemoving };
+struct LiveSlot {
+    std::atomic<int> state{kFree};
+    char path[PATH_MAX];
+};
+static_assert(std::atomic<int>::is_always_lock_free);
+constexpr int kLiveSlots = 64; // beyond that, a file is still written, just not cleaned up on a signal
+LiveSlot liveSlots[kLiveSlots];
+
+constexpr int kCleanupSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+
+extern "C" void removePartialsAndDie(int signal)
+{
+    for (LiveSlot& slot : liveSlots) {
+        int live = kLive;
+        if (slot.state.compare_exchange_strong(live, kRemoving))
+            ::unlink(slot.path);
+    }
+    // SA_RESETHAND has put the default action back: this ends the process as the signal would have.
+    ::raise(signal);
+}
+
+void installCleanupHandlers()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        for (const int signal : kCleanupSignals) {
+            struct sigaction current {};
+            // An ignored signal stays ignored, and a handler someone else installed stays theirs.
+            if (::sigaction(signal, nullptr, &current) != 0 || (current.sa_flags & SA_SIGINFO) != 0 ||
+                current.sa_handler != SIG_DFL)
+                continue;
+            struct sigaction action {};
+            action.sa_handler = removePartialsAndDie;
+            sigemptyset(&action.sa_mask);
+            action.sa_flags = SA_RESETHAND;
+            ::sigaction(signal, &action, nullptr);
+        }
+    });
+}
+
+int track(const std::string& path)
+{
+    if (path.size() >= PATH_MAX)
+        return -1;
+    installCleanupHandlers();
+    for (int i = 0; i < kLiveSlots; ++i) {
+        int free = kFree;
+        if (liveSlots[i].state.compare_exchange_strong(free, kOwned)) {
+            std::memcpy(liveSlots[i].path, path.c_str(), path.size() + 1);
+            liveSlots[i].state.store(kLive);
+            return i;
+        }
+    }
+    return -1;
+}
+
+void untrack(int slot)
+{
+    if (slot < 0)
+        return;
+    int live = kLive;
+    // When the handler holds the slot the process is ending; leave it be.
+    if (liveSlots[slot].state.compare_exchange_strong(live, kOwned))
+        liveSlots[slot].state.store(kFree);
+}
+
+constexpr std::string_view kPartialSuffix = ".partial-";
+constexpr std::size_t kRandomChars = 6;
+constexpr std::string_view kCutMarker = "…";
+
+// "name.wav.partial-" to which the random characters are added, its name cut (and marked)
+// when the whole would not fit in a file name, never inside a UTF-8 character.
+std::string partialPrefix(const std::filesystem::path& final)
+{
+    const std::filesystem::path dir = final.parent_path();
+    long nameMax = ::pathconf(dir.empty() ? "." : dir.c_str(), _PC_NAME_MAX);
+    if (nameMax <= 0)
+        nameMax = NAME_MAX;
+    std::string name = final.filename().string();
+    const auto limit = static_cast<std::size_t>(nameMax);
+    const std::size_t suffix = kPartialSuffix.size() + kRandomChars;
+    if (name.size() + suffix > limit && limit > suffix + kCutMarker.size()) {
+        std::size_t cut = limit - suffix - kCutMarker.size();
+        while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80)
+            --cut;
+        name.resize(cut);
+        name += kCutMarker;
+    }
+    return (dir / (name + std::string(kPartialSuffix))).string();
+}
+
+std::string randomChars()
+{
+    static constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    thread_local std::mt19937_64 random{std::random_device{}()};
+    std::string chars(kRandomChars, ' ');
+    for (char& c : chars)
+        c = kAlphabet[random() % kAlphabet.size()];
+    return chars;
+}
+
+// Test seam: QUORVEL_TEST_PUBLISH=rename publishes as on a file system without hard links,
+// =claim as on one that also lacks an atomic no-replace rename.
+enum class Fallback { none, rename, claim };
+Fallback forcedFallback()
+{
+    const char* forced = std::getenv("QUORVEL_TEST_PUBLISH");
+    if (!forced)
+        return Fallback::none;
+    const std::string_view value = forced;
+    return value == "rename" ? Fallback::rename : value == "claim" ? Fallback::claim : Fallback::none;
+}
+
+bool linksUnsupported(int error) { return error == EPERM || error == ENOTSUP || error == EOPNOTSUPP || error == EMLINK; }
+
+// Moves `from` to `to` unless something is there already; 0 or an errno (EEXIST when taken).
+int renameWithoutReplacing(const char* from, const char* to, Fallback forced)
+{
+#if defined(__linux__) && defined(RENAME_NOREPLACE)
+    if (forced != Fallback::claim) {
+        if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
+            return 0;
+        if (errno != EINVAL && errno != ENOSYS && errno != ENOTSUP && errno != EOPNOTSUPP)
+            return errno;
+    }
+#else
+    (void)forced;
+#endif
+    // No atomic no-replace rename: claim the name exclusively, then rename over our own
+    // claim. Only an empty file can ever be seen under the final name.
+    const int claim = ::open(to, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (claim < 0)
+        return errno;
+    ::close(claim);
+    if (::rename(from, to) != 0) {
+        const int error = errno;
+        ::unlink(to);
+        return error;
+    }
+    return 0;
+}
+
 } // namespace
 
 PartialFile PartialFile::create(const std::filesystem::path& final)
 {
     PartialFile file;
-    std::string name = final.string() + ".partial-XXXXXX";
-    file.fd_ = ::mkostemp(name.data(), O_CLOEXEC);
-    if (file.fd_ < 0) {
-        file.error_ = lastError();
-        return file;
+    const std::string prefix = partialPrefix(final);
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        std::string name = prefix + randomChars();
+        // Listed before it exists, so a signal at any moment finds it. Only another partial
+        // file can have this name, so a signal while it is taken removes nothing else.
+        const int slot = track(name);
+        // The user's umask applies: the output becomes an ordinary file of theirs.
+        const int fd = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd >= 0) {
+            file.fd_ = fd;
+            file.slot_ = slot;
+            file.path_ = std::move(name);
+            return file;
+        }
+        const int error = errno;
+        untrack(slot);
+        if (error != EEXIST) {
+            file.error_ = std::generic_category().message(error);
+            return file;
+        }
     }
-    ::fchmod(file.fd_, 0644); // mkstemp makes it private; the output is an ordinary file
-    file.path_ = name;
+    file.error_ = std::generic_category().message(EEXIST);
     return file;
 }
 
 PartialFile::PartialFile(PartialFile&& other) noexcept
-    : fd_(std::exchange(other.fd_, -1)), path_(std::move(other.path_)), error_(std::move(other.error_))
+    : fd_(std::exchange(other.fd_, -1)), slot_(std::exchange(other.slot_, -1)), path_(std::move(other.path_)),
+      error_(std::move(other.error_))
 {
     other.path_.clear();
 }
@@ -40,6 +213,7 @@ PartialFile::~PartialFile()
     closeFd();
     if (!path_.empty())
         ::unlink(path_.c_str());
+    untrack(slot_);
 }
 
 void PartialFile::closeFd()
@@ -49,37 +223,58 @@ void PartialFile::closeFd()
     fd_ = -1;
 }
 
+bool PartialFile::writeAll(std::span<const std::uint8_t> bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(fd_, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            error_ = written < 0 ? lastError() : std::generic_category().message(EIO);
+            return false;
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+void PartialFile::published()
+{
+    untrack(std::exchange(slot_, -1));
+    path_.clear();
+}
+
 std::filesystem::path PartialFile::publish(
     std::filesystem::path target, const std::function<std::filesystem::path(const std::filesystem::path&)>& next)
 {
     closeFd();
+    const Fallback forced = forcedFallback();
     for (;;) {
+        if (target.empty()) {
+            error_ = std::generic_category().message(EEXIST);
+            return {};
+        }
         // link() fails rather than replace an existing file, which rename() would not.
-        if (::link(path_.c_str(), target.c_str()) == 0) {
+        const int linked = forced != Fallback::none ? (errno = EPERM, -1) : ::link(path_.c_str(), target.c_str());
+        if (linked == 0) {
             ::unlink(path_.c_str());
-            path_.clear();
+            published();
             return target;
         }
-        if (errno == EEXIST) {
-            target = next(target);
-            continue;
+        int error = errno;
+        // File systems without hard links (FAT, exFAT, some network shares).
+        if (linksUnsupported(error)) {
+            error = renameWithoutReplacing(path_.c_str(), target.c_str(), forced);
+            if (error == 0) {
+                published();
+                return target;
+            }
         }
-        if (errno != EPERM && errno != ENOTSUP && errno != EOPNOTSUPP && errno != EMLINK) {
-            error_ = lastError();
+        if (error != EEXIST) {
+            error_ = std::generic_category().message(error);
             return {};
         }
-        // File systems without hard links (FAT, some network shares): check, then rename.
-        struct stat info {};
-        if (::lstat(target.c_str(), &info) == 0) {
-            target = next(target);
-            continue;
-        }
-        if (::rename(path_.c_str(), target.c_str()) != 0) {
-            error_ = lastError();
-            return {};
-        }
-        path_.clear();
-        return target;
+        target = next(target);
     }
 }
 
@@ -90,7 +285,7 @@ bool PartialFile::publishReplacing(const std::filesystem::path& target)
         error_ = lastError();
         return false;
     }
-    path_.clear();
+    published();
     return true;
 }
 

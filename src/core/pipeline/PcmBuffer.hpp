@@ -11,7 +11,8 @@ namespace quorvel {
 // a failed stage returns nullptr.
 class PcmBuffer {
 public:
-    // nullptr when the channel count is below 1 or the memory cannot be had.
+    // nullptr when the channel count is below 1; std::bad_alloc when the memory cannot be
+    // had, so the file's failure can say so.
     static std::shared_ptr<PcmBuffer> make(double sampleRate, std::int64_t channels, std::int64_t frameCapacity);
 
     double sampleRate() const { return sampleRate_; }

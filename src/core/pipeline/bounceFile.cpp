@@ -10,7 +10,9 @@
 #include "core/metadata/checkedSource.hpp"
 #include "core/metadata/sourceName.hpp"
 
+#include <new>
 #include <optional>
+#include <system_error>
 
 namespace quorvel {
 
@@ -95,11 +97,15 @@ std::string chokedStatus(const std::string& error)
     return "Choked: " + firstCharacters(std::string_view(error).substr(first, last - first), 80);
 }
 
-BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer)
+namespace {
+
+// The steps of bounceFile; `result` is filled as they go, so a failure thrown from any of
+// them still knows how far the file got.
+BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer,
+                         BounceResult& result)
 {
     if (item.right)
         return bouncePair(item, settings, observer);
-    BounceResult result;
     result.format = settings.sourceFormat.fixedFormat().value_or(item.detectedFormat());
 
     const MappedFile file = MappedFile::open(item.path);
@@ -176,6 +182,33 @@ BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, 
         result.reason = converted.error;
     }
     return result;
+}
+
+} // namespace
+
+BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer)
+{
+    // Running out of memory or threads fails this file, never the whole batch.
+    BounceResult result;
+    const auto fail = [&](std::string reason) {
+        result.ok = false;
+        result.output.clear();
+        result.status = chokedStatus(reason);
+        result.reason = std::move(reason);
+        return result;
+    };
+    try {
+        return bounceSteps(item, settings, observer, result);
+    } catch (const std::bad_alloc&) {
+        return fail("not enough memory");
+    } catch (const std::system_error& error) {
+        // std::thread reports a thread it cannot start as EAGAIN.
+        return fail(error.code() == std::errc::resource_unavailable_try_again
+                        ? "couldn't start a thread (" + error.code().message() + ")"
+                        : std::string(error.what()));
+    } catch (const std::exception& error) {
+        return fail(error.what());
+    }
 }
 
 } // namespace quorvel

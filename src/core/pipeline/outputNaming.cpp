@@ -1,9 +1,47 @@
 #include "core/pipeline/outputNaming.hpp"
 #include "core/formats/OutputOptions.hpp"
 
+#include <algorithm>
 #include <charconv>
+#include <string_view>
 
 namespace quorvel {
+
+namespace {
+
+// NAME_MAX on POSIX systems; as UTF-8 it also fits the 255 UTF-16 units of NTFS and exFAT.
+constexpr std::size_t kMaxNameBytes = 255;
+constexpr std::string_view kCutMarker = "…";
+
+// `stem` shortened so that it and `tailBytes` more fit in a file name: the base name is
+// cut (never inside a UTF-8 character) and marked with "…", and the "_48kHz_24bit_stereo"
+// that ends our stems is kept whole. A stem cut before is cut again from the same place.
+std::string fittedStem(const std::string& stem, std::size_t tailBytes)
+{
+    if (stem.size() + tailBytes <= kMaxNameBytes)
+        return stem;
+    std::size_t suffixAt = stem.size();
+    for (int part = 0; part < 3; ++part) {
+        const std::size_t underscore = suffixAt == 0 ? std::string::npos : stem.rfind('_', suffixAt - 1);
+        if (underscore == std::string::npos) {
+            suffixAt = stem.size(); // not one of ours: cut its end
+            break;
+        }
+        suffixAt = underscore;
+    }
+    std::string head = stem.substr(0, suffixAt);
+    const std::string suffix = stem.substr(suffixAt);
+    if (head.ends_with(kCutMarker))
+        head.resize(head.size() - kCutMarker.size());
+    const std::size_t kept = tailBytes + suffix.size() + kCutMarker.size();
+    std::size_t cut = kept < kMaxNameBytes ? std::min(head.size(), kMaxNameBytes - kept) : 0;
+    while (cut > 0 && cut < head.size() && (static_cast<unsigned char>(head[cut]) & 0xC0) == 0x80)
+        --cut;
+    head.resize(cut);
+    return head + std::string(kCutMarker) + suffix;
+}
+
+} // namespace
 
 std::string outputStem(const std::string& base, std::int64_t rate, std::int64_t depth, std::int64_t channels)
 {
@@ -12,7 +50,8 @@ std::string outputStem(const std::string& base, std::int64_t rate, std::int64_t 
 
 std::filesystem::path outputCandidate(const std::filesystem::path& dir, const std::string& stem, std::int64_t n)
 {
-    return dir / (n == 1 ? stem + ".wav" : stem + " (" + std::to_string(n) + ").wav");
+    const std::string tail = n == 1 ? ".wav" : " (" + std::to_string(n) + ").wav";
+    return dir / (fittedStem(stem, tail.size()) + tail);
 }
 
 std::filesystem::path uniqueOutput(const std::filesystem::path& dir, const std::string& base, std::int64_t rate,

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <exception>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -13,6 +15,7 @@ namespace quorvel {
 namespace {
 
 constexpr std::int64_t kBlockFrames = 1 << 16;
+constexpr std::size_t kSoxrHeadroom = std::size_t{16} << 20;
 
 // One libsoxr stream over a single channel. Channels are independent, so one stream per
 // channel gives the same audio as one multi-channel stream, and lets them run in parallel.
@@ -20,6 +23,12 @@ class Soxr {
 public:
     Soxr(double fromRate, double toRate)
     {
+        // libsoxr leaves some of the allocations it makes while processing unchecked, so a
+        // shortage there would crash. Make sure there is room for them first: a shortage
+        // then fails here, as std::bad_alloc, and the file fails with "not enough memory".
+        void* room = ::operator new(kSoxrHeadroom);
+        static_cast<volatile char*>(room)[0] = 0; // keeps the allocation from being optimised away
+        ::operator delete(room);
         const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
         const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_VHQ, 0);
         const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
@@ -69,21 +78,30 @@ private:
 };
 
 // Runs perChannel(c) for every channel, each on a thread of its own but the first, which
-// runs on the caller's; true when all succeeded.
+// runs on the caller's; true when all succeeded. What a channel's thread throws (no
+// memory left) is thrown again on the caller's, as is a thread that cannot be started.
 template <class PerChannel>
 bool forEachChannel(std::int64_t channels, PerChannel perChannel)
 {
     std::atomic<bool> ok{true};
+    std::vector<std::exception_ptr> thrown(static_cast<std::size_t>(channels));
     {
         std::vector<std::jthread> others;
         for (std::int64_t c = 1; c < channels; ++c)
             others.emplace_back([&, c] {
-                if (!perChannel(c))
-                    ok = false;
+                try {
+                    if (!perChannel(c))
+                        ok = false;
+                } catch (...) {
+                    thrown[static_cast<std::size_t>(c)] = std::current_exception();
+                }
             });
         if (!perChannel(0))
             ok = false;
     }
+    for (const std::exception_ptr& error : thrown)
+        if (error)
+            std::rethrow_exception(error);
     return ok;
 }
 
