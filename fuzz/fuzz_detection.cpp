@@ -4,6 +4,7 @@
 #include "check.hpp"
 #include "detectionInput.hpp"
 
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/detectBestFormat.hpp"
 #include "core/detection/detectChannels.hpp"
 #include "core/detection/detectFile.hpp"
@@ -86,6 +87,45 @@ std::string hexPrefix(ByteView data)
     return text;
 }
 
+bool silentByte(std::uint8_t b) { return b <= kSilentByteReach || b >= 256 - kSilentByteReach; }
+
+// The audible span, where it is exact: it starts on a multiple of 12 at most 11 bytes before
+// an audible byte and ends on one; audio in the first or last probe's length keeps that
+// end of the data in; data with no audible byte has no span; and the span is its own.
+ByteView checkedAudiblePart(ByteView data)
+{
+    const auto size = static_cast<std::int64_t>(data.size());
+    const std::optional<AudibleSpan> span = findAudibleSpan(data);
+    const auto audibleIn = [&](std::int64_t from, std::int64_t to) {
+        for (std::int64_t i = std::max<std::int64_t>(0, from); i < std::min(size, to); ++i)
+            if (!silentByte(data[static_cast<std::size_t>(i)]))
+                return true;
+        return false;
+    };
+    if (!span) {
+        if (size <= 4 * kSilenceProbeBytes)
+            FUZZ_CHECK(!audibleIn(0, size), "no span found in %lld bytes holding audio (data %s)",
+                       static_cast<long long>(size), hexPrefix(data).c_str());
+        return data;
+    }
+    FUZZ_CHECK(span->begin >= 0 && span->begin < span->end && span->end <= size && span->begin % kSpanAlignment == 0,
+               "span [%lld, %lld) of %lld bytes", static_cast<long long>(span->begin), static_cast<long long>(span->end),
+               static_cast<long long>(size));
+    FUZZ_CHECK(span->begin == 0 || (audibleIn(span->begin, span->begin + kSpanAlignment) && !audibleIn(0, kSilenceProbeBytes)),
+               "span starts at %lld (data %s)", static_cast<long long>(span->begin), hexPrefix(data).c_str());
+    FUZZ_CHECK(span->end == size || (!silentByte(data[static_cast<std::size_t>(span->end - 1)]) &&
+                                     !audibleIn(size - kSilenceProbeBytes, size)),
+               "span ends at %lld of %lld", static_cast<long long>(span->end), static_cast<long long>(size));
+    const ByteView part = audiblePart(data).value_or(data);
+    FUZZ_CHECK(part.size() == data.size() || part.size() >= static_cast<std::size_t>(kSilenceProbeBytes),
+               "a part of %zu bytes", part.size());
+    if (part.size() != data.size()) {
+        const std::optional<ByteView> again = audiblePart(part);
+        FUZZ_CHECK(again && again->data() == part.data() && again->size() == part.size(), "the audible part is not its own");
+    }
+    return part;
+}
+
 void checkScore(double score, const char* what, SourceFormat format)
 {
     FUZZ_CHECK(!std::isnan(score), "%s(%s) is NaN", what, std::string(format.rawValue()).c_str());
@@ -100,7 +140,9 @@ struct Scores {
 
 Scores checkScores(ByteView data, const std::vector<SourceFormat>& formats)
 {
-    const auto size = static_cast<std::int64_t>(data.size());
+    // The windows are spread over the audible part.
+    const ByteView audio = checkedAudiblePart(data);
+    const auto size = static_cast<std::int64_t>(audio.size());
     Scores scores;
     for (SourceFormat format : formats) {
         const std::string name{format.rawValue()};
@@ -110,9 +152,9 @@ Scores checkScores(ByteView data, const std::vector<SourceFormat>& formats)
         scores.channel[format.index()] = c;
         checkScore(s, "smoothness", format);
         checkScore(c, "channelSmoothness", format);
-        if (size < 16 * format.bytesPerSample()) {
+        if (std::ssize(data) < 16 * format.bytesPerSample()) {
             FUZZ_CHECK(s == -1.0 && c == -1.0, "%s: %lld bytes scored %g / %g, not -1", name.c_str(),
-                       static_cast<long long>(size), s, c);
+                       static_cast<long long>(data.size()), s, c);
             continue;
         }
 
@@ -128,13 +170,13 @@ Scores checkScores(ByteView data, const std::vector<SourceFormat>& formats)
             if (std::find(seen.begin(), seen.end(), start) != seen.end())
                 continue;
             seen.push_back(start);
-            const double w = smoothnessWindow(data, format, start, kSmoothnessWindowBytes);
-            const double exact = exactWindow(data, format, start, 1);
+            const double w = smoothnessWindow(audio, format, start, kSmoothnessWindowBytes);
+            const double exact = exactWindow(audio, format, start, 1);
             FUZZ_CHECK(near(w, exact, kScoreTolerance),
                        "%s window at %lld of %lld bytes scores %.17g, exact %.17g (data %s)", name.c_str(),
                        static_cast<long long>(start), static_cast<long long>(size), w, exact, hexPrefix(data).c_str());
             bestWindow = std::max(bestWindow, w);
-            bestExactChannel = std::max(bestExactChannel, exactWindow(data, format, start, 2));
+            bestExactChannel = std::max(bestExactChannel, exactWindow(audio, format, start, 2));
         }
         FUZZ_CHECK(s == bestWindow, "%s: smoothness %.17g is not its best window %.17g", name.c_str(), s, bestWindow);
         FUZZ_CHECK(near(c, bestExactChannel, kScoreTolerance), "%s: channelSmoothness %.17g, exact %.17g (data %s)",
@@ -175,7 +217,8 @@ FormatDetection checkFormatDetection(ByteView data, const Scores& scores)
     return detection;
 }
 
-// The channel statistics from exact sums, in the engine's own definitions.
+// The channel statistics from exact sums, in the engine's own definitions, over the first
+// 12 MB of the audible part.
 struct ExactChannelStats {
     bool constant = false;
     ChannelStatistics stats;
@@ -253,6 +296,7 @@ bool knownConfidence(std::string_view text)
 // Checks the channel analysis in `formats` and returns the findings by format index.
 std::array<ChannelDetection, 4> checkChannels(ByteView data, const std::vector<SourceFormat>& formats)
 {
+    const ByteView audio = checkedAudiblePart(data);
     std::array<ChannelDetection, 4> all{};
     for (SourceFormat format : formats) {
         const std::string name{format.rawValue()};
@@ -265,14 +309,14 @@ std::array<ChannelDetection, 4> checkChannels(ByteView data, const std::vector<S
         FUZZ_CHECK(std::isfinite(found.corr), "%s: corr %g", name.c_str(), found.corr);
 
         const std::int64_t bps = format.bytesPerSample();
-        const std::int64_t usable = std::min<std::int64_t>(static_cast<std::int64_t>(data.size()), kChannelPrefixBytes) / bps * bps;
+        const std::int64_t usable = std::min<std::int64_t>(static_cast<std::int64_t>(audio.size()), kChannelPrefixBytes) / bps * bps;
         if (usable < 8 * bps) {
             FUZZ_CHECK(found == (ChannelDetection{2, "too short", 0.0}), "%s: %lld usable bytes read as %lld / %s",
                        name.c_str(), static_cast<long long>(usable), static_cast<long long>(found.channels),
                        std::string(found.confidence).c_str());
             continue;
         }
-        const ExactChannelStats exact = exactChannelStats(data, format);
+        const ExactChannelStats exact = exactChannelStats(audio, format);
         if (exact.constant) {
             FUZZ_CHECK(found == (ChannelDetection{1, "silent/constant", 1.0}),
                        "%s: a constant prefix read as %lld ch / %s / corr %.17g (data %s)", name.c_str(),

@@ -1,4 +1,5 @@
 #include "core/detection/detectBestFormat.hpp"
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/smoothness.hpp"
 
 namespace quorvel {
@@ -26,13 +27,16 @@ SourceFormat bestCandidate(const FormatScores& scores)
 
 FormatDetection scoreFormats(ByteView data)
 {
+    // Probed once here rather than by every score; the audible part is its own audible span,
+    // so the scores are the same.
+    const ByteView audio = audiblePart(data).value_or(data);
     FormatDetection result;
-    result.scores = candidateScores(data, smoothness);
+    result.scores = candidateScores(audio, smoothness);
     result.best = bestCandidate(result.scores);
 
     const double winning = result.scores[result.best.index()];
     if (winning < kChannelRecheckBelow) {
-        result.channelScores = candidateScores(data, channelSmoothness);
+        result.channelScores = candidateScores(audio, channelSmoothness);
         const SourceFormat channelBest = bestCandidate(*result.channelScores);
         if ((*result.channelScores)[channelBest.index()] > winning)
             result.best = channelBest;

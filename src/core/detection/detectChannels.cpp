@@ -1,4 +1,5 @@
 #include "core/detection/detectChannels.hpp"
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/wideInt.hpp"
 
 #include <algorithm>
@@ -99,12 +100,14 @@ ChannelDetection decideChannels(const ChannelStatistics& stats)
 ChannelDetection detectChannels(ByteView data, SourceFormat format)
 {
     const std::int64_t bps = format.bytesPerSample();
-    const std::int64_t limit = std::min<std::int64_t>(static_cast<std::int64_t>(data.size()), kChannelPrefixBytes);
+    // Silence has no layout: the prefix starts where the audio does.
+    const ByteView audio = audiblePart(data).value_or(data);
+    const std::int64_t limit = std::min<std::int64_t>(static_cast<std::int64_t>(audio.size()), kChannelPrefixBytes);
     const std::int64_t usable = limit / bps * bps;
     if (usable < 8 * bps)
         return {2, "too short", 0.0};
 
-    const auto stats = withFormat(format, [&](auto f) { return analyse<decltype(f)::value>(data.data(), usable); });
+    const auto stats = withFormat(format, [&](auto f) { return analyse<decltype(f)::value>(audio.data(), usable); });
     if (!stats)
         return {1, "silent/constant", 1.0};
     return decideChannels(*stats);

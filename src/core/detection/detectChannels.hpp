@@ -29,7 +29,8 @@ struct ChannelStatistics {
 // The decision table alone, first matching rule wins.
 ChannelDetection decideChannels(const ChannelStatistics& stats);
 
-// Mono or interleaved stereo, judged from the first 12 MB read in `format`.
+// Mono or interleaved stereo, judged from the first 12 MB of the audible span (of all the
+// data when it is silent) read in `format`.
 ChannelDetection detectChannels(ByteView data, SourceFormat format);
 
 } // namespace quorvel

@@ -1,4 +1,5 @@
 #include "core/detection/smoothness.hpp"
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/wideInt.hpp"
 
 #include <algorithm>
@@ -66,12 +67,14 @@ double windowScore(ByteView data, SourceFormat format, std::int64_t startByte, s
 template <int Lag>
 double bestWindowScore(ByteView data, SourceFormat format)
 {
-    const auto size = static_cast<std::int64_t>(data.size());
-    if (size < 16 * format.bytesPerSample())
+    if (static_cast<std::int64_t>(data.size()) < 16 * format.bytesPerSample())
         return -1.0;
+    // Spread over the audio only: a window in leading or trailing silence says nothing.
+    const ByteView audio = audiblePart(data).value_or(data);
+    const auto size = static_cast<std::int64_t>(audio.size());
     double best = -2.0;
     for (double fraction : kSmoothnessWindowFractions) {
-        const double s = windowScore<Lag>(data, format, smoothnessWindowStart(size, fraction), kSmoothnessWindowBytes);
+        const double s = windowScore<Lag>(audio, format, smoothnessWindowStart(size, fraction), kSmoothnessWindowBytes);
         if (s > best)
             best = s;
     }

@@ -18,7 +18,8 @@ std::int64_t smoothnessWindowStart(std::int64_t byteCount, double fraction);
 // −1.0 for fewer than 8 whole samples, 0.0 for a flat window.
 double smoothnessWindow(ByteView data, SourceFormat format, std::int64_t startByte, std::int64_t byteCount);
 
-// Best of four windows spread over the file; −1.0 for fewer than 16 samples.
+// Best of four windows spread over the file's audible span (all of it when silent);
+// −1.0 for fewer than 16 samples.
 double smoothness(ByteView data, SourceFormat format);
 
 // As smoothness, but each sample is correlated with the one two places later: in
