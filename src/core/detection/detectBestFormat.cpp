@@ -2,6 +2,8 @@
 #include "core/detection/audibleSpan.hpp"
 #include "core/detection/smoothness.hpp"
 
+#include <algorithm>
+
 namespace quorvel {
 
 FormatScores candidateScores(ByteView data, double (*scorer)(ByteView, SourceFormat))
@@ -25,6 +27,17 @@ SourceFormat bestCandidate(const FormatScores& scores)
     return best;
 }
 
+std::optional<SourceFormat> quietReading(const FormatScores& peaks)
+{
+    const SourceFormat quietest = bestCandidate({-peaks[0], -peaks[1], -peaks[2], -peaks[3]});
+    if (!(peaks[quietest.index()] < kQuietPeakBelow))
+        return std::nullopt;
+    for (SourceFormat other : SourceFormat::allCases())
+        if (other != quietest && !(peaks[quietest.index()] <= kQuietReadingRatio * peaks[other.index()]))
+            return std::nullopt;
+    return quietest;
+}
+
 FormatDetection scoreFormats(ByteView data)
 {
     // Probed once here rather than by every score; the audible part is its own audible span,
@@ -40,6 +53,18 @@ FormatDetection scoreFormats(ByteView data)
         const SourceFormat channelBest = bestCandidate(*result.channelScores);
         if ((*result.channelScores)[channelBest.index()] > winning)
             result.best = channelBest;
+    }
+
+    // Open when the winner is weak or another candidate comes close; a clear verdict stands.
+    const bool open = winning < kChannelRecheckBelow ||
+                      std::ranges::any_of(SourceFormat::allCases(), [&](SourceFormat c) {
+                          return c != result.best && result.scores[c.index()] >= winning - kCloseScores;
+                      });
+    if (open) {
+        result.peaks = candidateScores(audio, windowPeak);
+        const std::optional<SourceFormat> quiet = quietReading(*result.peaks);
+        if (quiet && (winning < kChannelRecheckBelow || result.scores[quiet->index()] >= winning - kCloseScores))
+            result.best = *quiet;
     }
     return result;
 }

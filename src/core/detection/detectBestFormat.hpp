@@ -14,11 +14,26 @@ struct FormatDetection {
     SourceFormat best = SourceFormat::s16be;
     FormatScores scores{};                       // smoothness of every candidate
     std::optional<FormatScores> channelScores;   // only when the winner scored below the recheck floor
+    std::optional<FormatScores> peaks;           // only when the scores left the choice open
 };
 
 // Below this the winner may be wide stereo read in the right encoding, or noise; the
 // channel-aware scores then get a say.
 inline constexpr double kChannelRecheckBelow = 0.5;
+// Scores this close leave the choice open: quiet 16-bit data read byte-swapped is the same
+// waveform 256 times louder and scores just as smooth.
+inline constexpr double kCloseScores = 0.1;
+// Read the right way, quiet data's top byte is sign extension (0x00 or 0xFF) and it peaks
+// low; read any other way its varying low bytes land on top and it peaks near full scale.
+// A reading 30 dB quieter than every other is that evidence, provided it is quiet itself
+// (below −50 dBFS): 16-bit audio padded to 24 bits and read byte-reversed has a zero top
+// byte too, but its middle byte varies and it peaks at −42 dBFS.
+inline constexpr double kQuietReadingRatio = 0.0316;
+inline constexpr double kQuietPeakBelow = 0.00316;
+
+// The candidate peaking below kQuietPeakBelow and at most kQuietReadingRatio of every
+// other candidate's peak.
+std::optional<SourceFormat> quietReading(const FormatScores& peaks);
 
 // Every candidate scored by `scorer` (smoothness or channelSmoothness).
 FormatScores candidateScores(ByteView data, double (*scorer)(ByteView, SourceFormat));
@@ -26,6 +41,8 @@ FormatScores candidateScores(ByteView data, double (*scorer)(ByteView, SourceFor
 // The candidate with the strictly highest score; ties go to the earlier candidate.
 SourceFormat bestCandidate(const FormatScores& scores);
 
+// The smoothest candidate (channel by channel when even it scores low); when the scores
+// leave the choice open, a reading far quieter than the others wins it.
 FormatDetection scoreFormats(ByteView data);
 
 // The encoding in which the bytes make the smoothest waveform. Always one of the four.

@@ -11,6 +11,35 @@ namespace {
 
 constexpr double kVarianceFloor = 1e-6;
 
+// Sums of pairs of samples, exact, for the correlation of the first with the second.
+struct PairSums {
+    std::int64_t count = 0, sa = 0, sb = 0;
+    WideInt saa = 0, sbb = 0, sab = 0;
+
+    void add(std::int64_t a, std::int64_t b)
+    {
+        count += 1;
+        sa += a;
+        sb += b;
+        saa += WideInt{a} * a;
+        sbb += WideInt{b} * b;
+        sab += WideInt{a} * b;
+    }
+
+    // Absent when either side is flat (or there is no pair).
+    std::optional<double> correlation() const
+    {
+        const WideInt m = count;
+        const WideInt va = m * saa - WideInt{sa} * sa; // M × Va
+        const WideInt vb = m * sbb - WideInt{sb} * sb;
+        const double floor = kVarianceFloor * static_cast<double>(count);
+        if (count == 0 || static_cast<double>(va) <= floor || static_cast<double>(vb) <= floor)
+            return std::nullopt;
+        return static_cast<double>(m * sab - WideInt{sa} * sb) /
+               (std::sqrt(static_cast<double>(va)) * std::sqrt(static_cast<double>(vb)));
+    }
+};
+
 // Absent when the prefix is silent or constant. The sums are exact integers, so a loud,
 // nearly constant prefix keeps its few real differences instead of losing them to rounding
 // in Q − m·n·m; the formulas are the same, evaluated once at the end.
@@ -51,35 +80,48 @@ std::optional<ChannelStatistics> analyse(const std::uint8_t* x, std::int64_t usa
     stats.r1 = lagCorrelation(p1, 1);
     stats.d = lagCorrelation(p2, 2) - stats.r1;
 
-    // Second pass: even samples against the following odd ones, frame by frame.
-    std::int64_t pairs = 0, sa = 0, sb = 0;
-    Wide saa = 0, sbb = 0, sab = 0;
+    // Second pass: even samples against the following odd ones, frame by frame, and odd
+    // samples against the next frame's even one.
+    PairSums within, across;
     bool identical = true;
+    std::int64_t peak = 0, previousB = 0;
     for (std::int64_t j = 0; (2 * j + 2) * bps <= usable; ++j) {
         const std::int64_t a = decodeIntAt<F>(x + 2 * j * bps);
         const std::int64_t b = decodeIntAt<F>(x + (2 * j + 1) * bps);
-        pairs += 1;
-        sa += a;
-        sb += b;
-        saa += Wide{a} * a;
-        sbb += Wide{b} * b;
-        sab += Wide{a} * b;
+        within.add(a, b);
+        if (j > 0)
+            across.add(previousB, a);
+        previousB = b;
         identical = identical && a == b;
+        peak = std::max({peak, a < 0 ? -a : a, b < 0 ? -b : b});
     }
-    const Wide m = pairs;
-    const Wide va = m * saa - Wide{sa} * sa; // M × Va
-    const Wide vb = m * sbb - Wide{sb} * sb;
-    const double floor = kVarianceFloor * static_cast<double>(pairs);
-    if (static_cast<double>(va) > floor && static_cast<double>(vb) > floor)
-        stats.frameCorr = static_cast<double>(m * sab - Wide{sa} * sb) /
-                          (std::sqrt(static_cast<double>(va)) * std::sqrt(static_cast<double>(vb)));
+    stats.frameCorr = within.correlation();
+    stats.acrossFrameCorr = across.correlation();
     stats.identicalFrames = identical;
+    stats.peak = static_cast<double>(peak) / static_cast<double>(std::int64_t{1} << (8 * bps - 1));
     return stats;
 }
 
 } // namespace
 
+bool nearIdenticalChannels(const ChannelStatistics& stats)
+{
+    if (!stats.frameCorr || !stats.acrossFrameCorr)
+        return false;
+    const double tight = std::max(*stats.frameCorr, *stats.acrossFrameCorr);
+    const double loose = std::min(*stats.frameCorr, *stats.acrossFrameCorr);
+    return tight > kTightPairsAbove && 1.0 - loose > kPairAsymmetry * (1.0 - tight);
+}
+
 ChannelDetection decideChannels(const ChannelStatistics& stats)
+{
+    ChannelDetection found = decideLayout(stats);
+    if (stats.peak < kNearlySilentPeak)
+        found.confidence = "silent/constant";
+    return found;
+}
+
+ChannelDetection decideLayout(const ChannelStatistics& stats)
 {
     const double d = stats.d;
     // A mono source bounced to two identical channels: smooth material has r1 above
@@ -91,6 +133,8 @@ ChannelDetection decideChannels(const ChannelStatistics& stats)
     if (d > 0.04)
         return {2, "confident", d};
     if (d > 0.01)
+        return {2, "verify by ear", d};
+    if (d >= -kCloseDistances && nearIdenticalChannels(stats))
         return {2, "verify by ear", d};
     if (d < -0.01)
         return {1, "confident", d};

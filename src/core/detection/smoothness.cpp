@@ -81,7 +81,35 @@ double bestWindowScore(ByteView data, SourceFormat format)
     return best;
 }
 
+template <SourceFormat::Case F>
+std::int64_t peakOf(const std::uint8_t* data, std::int64_t start, std::int64_t end)
+{
+    constexpr std::int64_t bps = SourceFormat{F}.bytesPerSample();
+    std::int64_t peak = 0;
+    for (std::int64_t pos = start; pos + bps <= end; pos += bps) {
+        const std::int64_t v = decodeIntAt<F>(data + pos);
+        peak = std::max(peak, v < 0 ? -v : v);
+    }
+    return peak;
+}
+
 } // namespace
+
+double windowPeak(ByteView data, SourceFormat format)
+{
+    const std::int64_t bps = format.bytesPerSample();
+    if (static_cast<std::int64_t>(data.size()) < 16 * bps)
+        return 0.0;
+    const ByteView audio = audiblePart(data).value_or(data);
+    const auto size = static_cast<std::int64_t>(audio.size());
+    std::int64_t peak = 0;
+    for (double fraction : kSmoothnessWindowFractions) {
+        const std::int64_t start = smoothnessWindowStart(size, fraction) / bps * bps;
+        const std::int64_t end = std::min(size, start + kSmoothnessWindowBytes) / bps * bps;
+        peak = std::max(peak, withFormat(format, [&](auto f) { return peakOf<decltype(f)::value>(audio.data(), start, end); }));
+    }
+    return static_cast<double>(peak) / static_cast<double>(std::int64_t{1} << (8 * bps - 1));
+}
 
 std::int64_t smoothnessWindowStart(std::int64_t byteCount, double fraction)
 {

@@ -22,6 +22,10 @@ double smoothnessWindow(ByteView data, SourceFormat format, std::int64_t startBy
 // −1.0 for fewer than 16 samples.
 double smoothness(ByteView data, SourceFormat format);
 
+// The largest sample magnitude in the windows smoothness scores, as a fraction of full
+// scale; 0.0 for fewer than 16 samples.
+double windowPeak(ByteView data, SourceFormat format);
+
 // As smoothness, but each sample is correlated with the one two places later: in
 // interleaved stereo that is the same channel's previous sample, so wide stereo whose
 // channels barely relate still scores as smooth in its right encoding.
