@@ -41,8 +41,15 @@ def detect(sd2wav, corpus):
         if "error" not in row:
             answer.update(enc_ok=row["format"] == fmt, lay_ok=row["channels"] == (1 if layout == "mono" else 2),
                           confidence=row["confidence"], status=f"{row['status']} (corr {row['corr']:.4f})")
+        if silent(path):
+            answer["class"] = "silent"
         answers[key] = answer
     return answers
+
+
+def silent(path):
+    """Digital silence (every byte within 3 of zero) holds no encoding or layout to find."""
+    return not path.read_bytes().translate(None, bytes([0, 1, 2, 3, 253, 254, 255]))
 
 
 def percent(part, whole):
@@ -50,7 +57,9 @@ def percent(part, whole):
 
 
 def report(title, answers):
-    print(f"\n{title}: {len(answers)} files")
+    quiet = [k for k, a in answers.items() if a["class"] == "silent"]
+    answers = {k: a for k, a in answers.items() if a["class"] != "silent"}
+    print(f"\n{title}: {len(answers)} files ({len(quiet)} digitally silent files left out)")
     print(f"{'encoding':8} {'layout':7} {'files':>6} {'encoding ok':>12} {'layout ok':>10}")
     tally = collections.defaultdict(lambda: [0, 0, 0])
     for a in answers.values():

@@ -126,11 +126,12 @@ TEST(DetectChannels, NearIdenticalChannelsAndNearSilenceBoundaries)
     EXPECT_EQ(decide(-0.005, 0.99, 0.98).channels, 1);
     EXPECT_EQ(decide(-0.005, 0.99, 0.9799), (ChannelDetection{2, "verify by ear", -0.005}));
     EXPECT_EQ(decide(-0.005, 0.9799, 0.99).channels, 2) << "a lagging channel: across frames is the tight pair";
-    EXPECT_EQ(decide(-0.005, 0.9, 0.5).channels, 1) << "the tight pair must pass 0.9";
-    EXPECT_EQ(decide(-0.005, 0.9001, 0.5).channels, 2);
+    EXPECT_EQ(decide(-0.005, 0.8, 0.5).channels, 1) << "the tight pair must pass 0.8";
+    EXPECT_EQ(decide(-0.005, 0.8001, 0.5).channels, 2);
     EXPECT_EQ(decide(-kCloseDistances, 0.999, 0.9).channels, 2);
-    EXPECT_EQ(decide(-kCloseDistances - 0.001, 0.999, 0.9), (ChannelDetection{1, "confident", -kCloseDistances - 0.001}))
-        << "distances this far apart are a clear verdict";
+    EXPECT_EQ(decide(-kCloseDistances - 0.001, 0.999, 0.9), (ChannelDetection{1, "verify by ear", -kCloseDistances - 0.001}))
+        << "distances this far apart are a clear verdict, but not a confident one against the frames";
+    EXPECT_EQ(decide(-kCloseDistances - 0.001, 0.999, 0.998), (ChannelDetection{1, "confident", -kCloseDistances - 0.001}));
 
     // Under −70 dBFS the table still decides the layout, but never confidently.
     EXPECT_EQ(decide(0.5, 0.1, 0.1, kNearlySilentPeak), (ChannelDetection{2, "confident", 0.5}));
@@ -164,4 +165,21 @@ TEST(DetectChannels, DualMonoRecordingIsStereo)
         // The same recording's first channel alone is mono.
         EXPECT_EQ(detectChannels(test::encode(left, SourceFormat::s24le), SourceFormat::s24le).channels, 1);
     }
+}
+
+// Samples whose two bytes are equal read the same in either byte order: the encoding is a
+// pure guess, so the answer cannot be confident, however clear its layout.
+TEST(DetectFile, AnOpenEncodingIsNeverConfident)
+{
+    std::vector<std::int32_t> samples = test::sine(40000, 20, 120);
+    for (auto& v : samples)
+        v = v * 257 + (v < 0 ? 256 : 0); // bytes (b, b): 0x7878, 0xF6F6, …
+    const auto bytes = test::encode(samples, SourceFormat::s16be);
+    ASSERT_EQ(detectChannels(bytes, SourceFormat::s16be).confidence, "confident");
+
+    const FileDetection guessed = *detectFile(bytes, SourceFormatChoice::automatic());
+    EXPECT_FALSE(clearVerdict(guessed.format));
+    EXPECT_EQ(guessed.status, "16-bit BE (auto) · Mono · verify by ear");
+    EXPECT_EQ(detectFile(bytes, SourceFormatChoice::fixed(SourceFormat::s16be))->status, "16-bit BE (set) · Mono · confident")
+        << "a format the user set is not ours to doubt";
 }

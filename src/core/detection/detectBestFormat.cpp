@@ -38,6 +38,26 @@ std::optional<SourceFormat> quietReading(const FormatScores& peaks)
     return quietest;
 }
 
+FormatScores readingPeaks(ByteView data)
+{
+    // Loud readings stop at the first loud sample; only when one reading is quiet do the
+    // others need reading on, up to 30 dB above it.
+    FormatScores peaks{};
+    for (SourceFormat candidate : SourceFormat::allCases())
+        peaks[candidate.index()] = windowPeak(data, candidate, kQuietPeakBelow);
+    const SourceFormat quietest = bestCandidate({-peaks[0], -peaks[1], -peaks[2], -peaks[3]});
+    if (peaks[quietest.index()] < kQuietPeakBelow)
+        for (SourceFormat other : SourceFormat::allCases())
+            if (other != quietest)
+                peaks[other.index()] = windowPeak(data, other, peaks[quietest.index()] / kQuietReadingRatio);
+    return peaks;
+}
+
+bool clearVerdict(const FormatDetection& detection)
+{
+    return !detection.peaks || quietReading(*detection.peaks) == detection.best;
+}
+
 FormatDetection scoreFormats(ByteView data)
 {
     // Probed once here rather than by every score; the audible part is its own audible span,
@@ -56,14 +76,14 @@ FormatDetection scoreFormats(ByteView data)
     }
 
     // Open when the winner is weak or another candidate comes close; a clear verdict stands.
-    const bool open = winning < kChannelRecheckBelow ||
+    const bool open = winning < kClearWinnerAbove ||
                       std::ranges::any_of(SourceFormat::allCases(), [&](SourceFormat c) {
                           return c != result.best && result.scores[c.index()] >= winning - kCloseScores;
                       });
     if (open) {
-        result.peaks = candidateScores(audio, windowPeak);
+        result.peaks = readingPeaks(audio);
         const std::optional<SourceFormat> quiet = quietReading(*result.peaks);
-        if (quiet && (winning < kChannelRecheckBelow || result.scores[quiet->index()] >= winning - kCloseScores))
+        if (quiet && (winning < kClearWinnerAbove || result.scores[quiet->index()] >= winning - kCloseScores))
             result.best = *quiet;
     }
     return result;

@@ -51,13 +51,14 @@ std::optional<ChannelStatistics> analyse(const std::uint8_t* x, std::int64_t usa
     const std::int64_t count = usable / bps;
 
     // First pass: sum, sum of squares and the products at distances one and two.
-    std::int64_t s = 0;
+    std::int64_t s = 0, peak = 0;
     Wide q = 0, p1 = 0, p2 = 0;
     std::int64_t back1 = 0, back2 = 0;
     for (std::int64_t k = 0; k < count; ++k) {
         const std::int64_t v = decodeIntAt<F>(x + k * bps);
         s += v;
         q += Wide{v} * v;
+        peak = std::max(peak, v < 0 ? -v : v);
         if (k >= 1)
             p1 += Wide{back1} * v;
         if (k >= 2)
@@ -80,24 +81,32 @@ std::optional<ChannelStatistics> analyse(const std::uint8_t* x, std::int64_t usa
     stats.r1 = lagCorrelation(p1, 1);
     stats.d = lagCorrelation(p2, 2) - stats.r1;
 
-    // Second pass: even samples against the following odd ones, frame by frame, and odd
-    // samples against the next frame's even one.
-    PairSums within, across;
+    // Second pass: even samples against the following odd ones, frame by frame.
+    PairSums within;
     bool identical = true;
-    std::int64_t peak = 0, previousB = 0;
     for (std::int64_t j = 0; (2 * j + 2) * bps <= usable; ++j) {
         const std::int64_t a = decodeIntAt<F>(x + 2 * j * bps);
         const std::int64_t b = decodeIntAt<F>(x + (2 * j + 1) * bps);
         within.add(a, b);
-        if (j > 0)
-            across.add(previousB, a);
-        previousB = b;
         identical = identical && a == b;
-        peak = std::max({peak, a < 0 ? -a : a, b < 0 ? -b : b});
     }
     stats.frameCorr = within.correlation();
-    stats.acrossFrameCorr = across.correlation();
     stats.identicalFrames = identical;
+
+    // Odd samples against the next frame's even one, without a third pass: the neighbour
+    // products are the within-frame ones plus these (and a last odd sample's pair).
+    const std::int64_t frames = within.count;
+    if (frames >= 2) {
+        const std::int64_t first = decodeIntAt<F>(x), lastOdd = decodeIntAt<F>(x + (2 * frames - 1) * bps);
+        PairSums across;
+        across.count = frames - 1;
+        across.sa = within.sb - lastOdd;
+        across.sb = within.sa - first;
+        across.saa = within.sbb - Wide{lastOdd} * lastOdd;
+        across.sbb = within.saa - Wide{first} * first;
+        across.sab = p1 - within.sab - (count > 2 * frames ? Wide{lastOdd} * back1 : Wide{0});
+        stats.acrossFrameCorr = across.correlation();
+    }
     stats.peak = static_cast<double>(peak) / static_cast<double>(std::int64_t{1} << (8 * bps - 1));
     return stats;
 }
@@ -134,8 +143,10 @@ ChannelDetection decideLayout(const ChannelStatistics& stats)
         return {2, "confident", d};
     if (d > 0.01)
         return {2, "verify by ear", d};
-    if (d >= -kCloseDistances && nearIdenticalChannels(stats))
-        return {2, "verify by ear", d};
+    // Frames that pair up: stereo when the distances are too close to say otherwise; against
+    // a clear mono verdict they stand no higher than doubt.
+    if (nearIdenticalChannels(stats))
+        return {d >= -kCloseDistances ? 2 : 1, "verify by ear", d};
     if (d < -0.01)
         return {1, "confident", d};
     return {1, "verify by ear", d};

@@ -28,13 +28,14 @@ struct ChannelStatistics {
     double peak = 1.0;                     // largest magnitude, as a fraction of full scale
 };
 
-// Closer than this, the distances do not tell mono from near-identical channels.
+// Closer than this, the distances do not tell mono from near-identical channels; further
+// apart, they are a verdict the frames can only cast doubt on.
 inline constexpr double kCloseDistances = 0.15;
 // Near-identical channels: the tighter kind of neighbour pair (within or across frames)
-// correlates above this, and leaves at most half the distance from 1 the other kind does.
+// correlates above this, and leaves under half the distance from 1 the other kind does.
 // In mono the two kinds are the same neighbours and score alike (ratio under 1.5 on real
 // material).
-inline constexpr double kTightPairsAbove = 0.9;
+inline constexpr double kTightPairsAbove = 0.8;
 inline constexpr double kPairAsymmetry = 2.0;
 // Read the right way, a prefix peaking below this (−70 dBFS) is dither and a whisper of
 // signal: whatever the table says, it is not a confident answer.

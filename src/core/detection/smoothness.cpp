@@ -82,11 +82,11 @@ double bestWindowScore(ByteView data, SourceFormat format)
 }
 
 template <SourceFormat::Case F>
-std::int64_t peakOf(const std::uint8_t* data, std::int64_t start, std::int64_t end)
+std::int64_t peakOf(const std::uint8_t* data, std::int64_t start, std::int64_t end, std::int64_t enough)
 {
     constexpr std::int64_t bps = SourceFormat{F}.bytesPerSample();
     std::int64_t peak = 0;
-    for (std::int64_t pos = start; pos + bps <= end; pos += bps) {
+    for (std::int64_t pos = start; pos + bps <= end && peak < enough; pos += bps) {
         const std::int64_t v = decodeIntAt<F>(data + pos);
         peak = std::max(peak, v < 0 ? -v : v);
     }
@@ -95,20 +95,24 @@ std::int64_t peakOf(const std::uint8_t* data, std::int64_t start, std::int64_t e
 
 } // namespace
 
-double windowPeak(ByteView data, SourceFormat format)
+double windowPeak(ByteView data, SourceFormat format, double enough)
 {
     const std::int64_t bps = format.bytesPerSample();
     if (static_cast<std::int64_t>(data.size()) < 16 * bps)
         return 0.0;
     const ByteView audio = audiblePart(data).value_or(data);
     const auto size = static_cast<std::int64_t>(audio.size());
+    const auto fullScale = static_cast<double>(std::int64_t{1} << (8 * bps - 1));
+    const auto stopAt = static_cast<std::int64_t>(std::ceil(std::min(enough, 1.0) * fullScale));
     std::int64_t peak = 0;
     for (double fraction : kSmoothnessWindowFractions) {
         const std::int64_t start = smoothnessWindowStart(size, fraction) / bps * bps;
         const std::int64_t end = std::min(size, start + kSmoothnessWindowBytes) / bps * bps;
-        peak = std::max(peak, withFormat(format, [&](auto f) { return peakOf<decltype(f)::value>(audio.data(), start, end); }));
+        peak = std::max(peak, withFormat(format, [&](auto f) {
+                            return peakOf<decltype(f)::value>(audio.data(), start, end, stopAt);
+                        }));
     }
-    return static_cast<double>(peak) / static_cast<double>(std::int64_t{1} << (8 * bps - 1));
+    return static_cast<double>(peak) / fullScale;
 }
 
 std::int64_t smoothnessWindowStart(std::int64_t byteCount, double fraction)

@@ -23,8 +23,9 @@ double smoothnessWindow(ByteView data, SourceFormat format, std::int64_t startBy
 double smoothness(ByteView data, SourceFormat format);
 
 // The largest sample magnitude in the windows smoothness scores, as a fraction of full
-// scale; 0.0 for fewer than 16 samples.
-double windowPeak(ByteView data, SourceFormat format);
+// scale; 0.0 for fewer than 16 samples. The scan stops once the peak reaches `enough`
+// (the result is then at least that), as only quiet readings need an exact peak.
+double windowPeak(ByteView data, SourceFormat format, double enough = 1.0);
 
 // As smoothness, but each sample is correlated with the one two places later: in
 // interleaved stereo that is the same channel's previous sample, so wide stereo whose
