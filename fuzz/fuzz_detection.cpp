@@ -207,6 +207,8 @@ CheckedFormat checkFormatDetection(ByteView data, const Scores& scores)
         if (scores.smooth[i] > scores.smooth[winner])
             winner = i;
     const double winning = scores.smooth[winner];
+    const std::size_t lag1Winner = winner;
+    FormatScores deciding = scores.smooth; // the scores that chose the winner
     if (winning < kChannelRecheckBelow) {
         FUZZ_CHECK(detection.channelScores.has_value(), "winner scored %g yet no channel recheck", winning);
         FUZZ_CHECK(*detection.channelScores == scores.channel, "channel scores differ from channelSmoothness");
@@ -214,19 +216,30 @@ CheckedFormat checkFormatDetection(ByteView data, const Scores& scores)
         for (std::size_t i = 1; i < 4; ++i)
             if (scores.channel[i] > scores.channel[channelWinner])
                 channelWinner = i;
-        if (scores.channel[channelWinner] > winning)
+        if (scores.channel[channelWinner] > winning) {
             winner = channelWinner;
+            deciding = scores.channel;
+        }
     } else {
         FUZZ_CHECK(!detection.channelScores.has_value(), "winner scored %g yet channel scores are present", winning);
     }
     // Scores close to the winner's, or a weak winner, leave the choice open; a reading far
     // quieter than every other, and quiet itself, then takes it.
-    bool open = winning < kClearWinnerAbove;
-    for (std::size_t i = 0; i < 4; ++i)
-        open = open || (i != winner && scores.smooth[i] >= winning - kCloseScores);
+    const std::size_t smoothest = lag1Winner;
+    const auto closeIn = [](const FormatScores& s, std::size_t to, std::size_t i) {
+        return s[to] < kClearWinnerAbove || s[i] >= s[to] - kCloseScores;
+    };
+    const auto openIn = [&](const FormatScores& s, std::size_t to) {
+        bool open = false;
+        for (std::size_t i = 0; i < 4; ++i)
+            open = open || (i != to && closeIn(s, to, i));
+        return open;
+    };
+    const double top = winning;
+    const bool open = openIn(scores.smooth, smoothest);
     if (open) {
         // Read only as far as the rule needs: exact, or stopped at a level that is loud enough.
-        FUZZ_CHECK(detection.peaks.has_value(), "an open choice (%g) yet no peaks were read", winning);
+        FUZZ_CHECK(detection.peaks.has_value(), "an open choice (%g) yet no peaks were read", top);
         std::size_t q = 0;
         for (std::size_t i = 1; i < 4; ++i)
             if (scores.peak[i] < scores.peak[q])
@@ -244,12 +257,15 @@ CheckedFormat checkFormatDetection(ByteView data, const Scores& scores)
         bool quiet = scores.peak[quietest] < kQuietPeakBelow;
         for (std::size_t i = 0; i < 4; ++i)
             quiet = quiet && (i == quietest || scores.peak[quietest] <= kQuietReadingRatio * scores.peak[i]);
-        if (quiet && (winning < kClearWinnerAbove || scores.smooth[quietest] >= winning - kCloseScores))
+        if (quiet && closeIn(scores.smooth, smoothest, quietest))
             winner = quietest;
         clear = quiet && winner == quietest;
     } else {
-        FUZZ_CHECK(!detection.peaks.has_value(), "a clear winner (%g) yet peaks were read", winning);
+        FUZZ_CHECK(!detection.peaks.has_value(), "a clear winner (%g) yet peaks were read", top);
     }
+    // Unless a quiet reading settled it, the scores that chose must leave no doubt.
+    if (!clear || !open)
+        clear = !openIn(deciding, winner);
     FUZZ_CHECK(detection.best.index() == winner, "best is %s, the rule picks %s",
                std::string(detection.best.rawValue()).c_str(),
                std::string(SourceFormat::allCases()[winner].rawValue()).c_str());

@@ -182,4 +182,11 @@ TEST(DetectFile, AnOpenEncodingIsNeverConfident)
     EXPECT_EQ(guessed.status, "16-bit BE (auto) · Mono · verify by ear");
     EXPECT_EQ(detectFile(bytes, SourceFormatChoice::fixed(SourceFormat::s16be))->status, "16-bit BE (set) · Mono · confident")
         << "a format the user set is not ours to doubt";
+
+    // Wide stereo scores low and close on neighbours in every encoding, but channel by
+    // channel the choice is clear.
+    const auto wide = test::encode(test::interleave(test::sine(20000, 40, 10000), test::sine(20000, 25, 8000)), SourceFormat::s16le);
+    const FileDetection stereo = *detectFile(wide, SourceFormatChoice::automatic());
+    EXPECT_TRUE(stereo.format.channelsChose);
+    EXPECT_EQ(stereo.status, "16-bit LE (auto) · Stereo · confident");
 }

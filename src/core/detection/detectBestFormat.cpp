@@ -53,9 +53,24 @@ FormatScores readingPeaks(ByteView data)
     return peaks;
 }
 
+bool closeTo(const FormatScores& scores, SourceFormat winner, SourceFormat other)
+{
+    const double top = scores[winner.index()];
+    return top < kClearWinnerAbove || scores[other.index()] >= top - kCloseScores;
+}
+
+bool openChoice(const FormatScores& scores, SourceFormat winner)
+{
+    return std::ranges::any_of(SourceFormat::allCases(),
+                               [&](SourceFormat c) { return c != winner && closeTo(scores, winner, c); });
+}
+
 bool clearVerdict(const FormatDetection& detection)
 {
-    return !detection.peaks || quietReading(*detection.peaks) == detection.best;
+    if (detection.peaks && quietReading(*detection.peaks) == detection.best)
+        return true;
+    // Judged on the scores that chose: the channel-aware ones when they took over.
+    return !openChoice(detection.channelsChose ? *detection.channelScores : detection.scores, detection.best);
 }
 
 FormatDetection scoreFormats(ByteView data)
@@ -67,23 +82,22 @@ FormatDetection scoreFormats(ByteView data)
     result.scores = candidateScores(audio, smoothness);
     result.best = bestCandidate(result.scores);
 
-    const double winning = result.scores[result.best.index()];
+    const SourceFormat smoothest = result.best;
+    const double winning = result.scores[smoothest.index()];
     if (winning < kChannelRecheckBelow) {
         result.channelScores = candidateScores(audio, channelSmoothness);
         const SourceFormat channelBest = bestCandidate(*result.channelScores);
-        if ((*result.channelScores)[channelBest.index()] > winning)
+        result.channelsChose = (*result.channelScores)[channelBest.index()] > winning;
+        if (result.channelsChose)
             result.best = channelBest;
     }
 
-    // Open when the winner is weak or another candidate comes close; a clear verdict stands.
-    const bool open = winning < kClearWinnerAbove ||
-                      std::ranges::any_of(SourceFormat::allCases(), [&](SourceFormat c) {
-                          return c != result.best && result.scores[c.index()] >= winning - kCloseScores;
-                      });
-    if (open) {
+    // A reading far quieter than the others settles a choice the neighbour scores leave
+    // open; a clear verdict stands.
+    if (openChoice(result.scores, smoothest)) {
         result.peaks = readingPeaks(audio);
         const std::optional<SourceFormat> quiet = quietReading(*result.peaks);
-        if (quiet && (winning < kClearWinnerAbove || result.scores[quiet->index()] >= winning - kCloseScores))
+        if (quiet && closeTo(result.scores, smoothest, *quiet))
             result.best = *quiet;
     }
     return result;

@@ -14,6 +14,7 @@ struct FormatDetection {
     SourceFormat best = SourceFormat::s16be;
     FormatScores scores{};                       // smoothness of every candidate
     std::optional<FormatScores> channelScores;   // only when the winner scored below the recheck floor
+    bool channelsChose = false;                  // the channel scores picked best
     std::optional<FormatScores> peaks;           // readingPeaks, only when the scores left the choice open
 };
 
@@ -47,7 +48,14 @@ FormatScores candidateScores(ByteView data, double (*scorer)(ByteView, SourceFor
 // The candidate with the strictly highest score; ties go to the earlier candidate.
 SourceFormat bestCandidate(const FormatScores& scores);
 
-// True unless the scores left the choice open and no quiet reading settled it.
+// True when `other` scores close enough to `winner` to leave the choice open, or the
+// winner itself is weak.
+bool closeTo(const FormatScores& scores, SourceFormat winner, SourceFormat other);
+// True when any other candidate is closeTo the winner.
+bool openChoice(const FormatScores& scores, SourceFormat winner);
+
+// True when a quiet reading settled the choice, or the scores that chose (the channel-aware
+// ones when they took over) left it in no doubt.
 bool clearVerdict(const FormatDetection& detection);
 
 // The smoothest candidate (channel by channel when even it scores low); when the scores
