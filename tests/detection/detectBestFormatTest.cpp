@@ -81,6 +81,12 @@ TEST(DetectBestFormat, QuietReadingBreaksANearTie)
     EXPECT_FALSE(quietReading({0.9, 0.0001, 0.0031, 0.9})) << "less than 30 dB apart";
     EXPECT_FALSE(quietReading({0.9, 0.0032, 0.9, 0.9})) << "not quiet itself";
 
+    // Open: a runner-up within 0.2 of the winner, or a winner below 0.6.
+    EXPECT_TRUE(openChoice({0.9, 0.71, 0.1, 0.1}, SourceFormat::s16be));
+    EXPECT_FALSE(openChoice({0.9, 0.69, 0.1, 0.1}, SourceFormat::s16be));
+    EXPECT_TRUE(openChoice({0.59, 0.1, 0.1, 0.1}, SourceFormat::s16be));
+    EXPECT_FALSE(openChoice({0.61, 0.1, 0.1, 0.1}, SourceFormat::s16be));
+
     std::mt19937 random(4);
     std::uniform_int_distribution<int> half(0, 1);
     for (SourceFormat format : SourceFormat::allCases()) {
