@@ -80,6 +80,9 @@ TEST(DetectBestFormat, QuietReadingBreaksANearTie)
     EXPECT_EQ(quietReading({0.9, 0.0001, 0.9, 0.9}), SourceFormat::s24be);
     EXPECT_FALSE(quietReading({0.9, 0.0001, 0.0031, 0.9})) << "less than 30 dB apart";
     EXPECT_FALSE(quietReading({0.9, 0.0032, 0.9, 0.9})) << "not quiet itself";
+    // A reading too short to score cannot pass for quiet either.
+    EXPECT_EQ(windowPeak(std::vector<std::uint8_t>(40, 0), SourceFormat::s24be), 1.0);
+    EXPECT_EQ(windowPeak(std::vector<std::uint8_t>(40, 0), SourceFormat::s16be), 0.0);
 
     // Open: a runner-up within 0.2 of the winner, or a winner below 0.6.
     EXPECT_TRUE(openChoice({0.9, 0.71, 0.1, 0.1}, SourceFormat::s16be));

@@ -99,11 +99,12 @@ double windowPeak(ByteView data, SourceFormat format, double enough)
 {
     const std::int64_t bps = format.bytesPerSample();
     if (static_cast<std::int64_t>(data.size()) < 16 * bps)
-        return 0.0;
+        return 1.0;
     const ByteView audio = audiblePart(data).value_or(data);
     const auto size = static_cast<std::int64_t>(audio.size());
     const auto fullScale = static_cast<double>(std::int64_t{1} << (8 * bps - 1));
-    const auto stopAt = static_cast<std::int64_t>(std::ceil(std::min(enough, 1.0) * fullScale));
+    // At least one step: a reading of nothing but zeros is read to its end.
+    const auto stopAt = std::max<std::int64_t>(1, static_cast<std::int64_t>(std::ceil(std::min(enough, 1.0) * fullScale)));
     std::int64_t peak = 0;
     for (double fraction : kSmoothnessWindowFractions) {
         const std::int64_t start = smoothnessWindowStart(size, fraction) / bps * bps;

@@ -23,8 +23,9 @@ double smoothnessWindow(ByteView data, SourceFormat format, std::int64_t startBy
 double smoothness(ByteView data, SourceFormat format);
 
 // The largest sample magnitude in the windows smoothness scores, as a fraction of full
-// scale; 0.0 for fewer than 16 samples. The scan stops once the peak reaches `enough`
-// (the result is then at least that), as only quiet readings need an exact peak.
+// scale; 1.0 for fewer than 16 samples, which can never pass for quiet. The scan stops once
+// the peak reaches `enough` (the result is then at least that, and above zero), as only
+// quiet readings need an exact peak.
 double windowPeak(ByteView data, SourceFormat format, double enough = 1.0);
 
 // As smoothness, but each sample is correlated with the one two places later: in
