@@ -72,3 +72,39 @@ TEST(DetectBestFormat, WideStereoIsJudgedChannelByChannel)
         EXPECT_GT((*found.channelScores)[format.index()], 0.9) << format.rawValue();
     }
 }
+
+// Quiet 16-bit data read byte-swapped is the same waveform 256 times louder and scores as
+// smooth; the quiet reading wins the near tie. A clear verdict is never overturned.
+TEST(DetectBestFormat, QuietReadingBreaksANearTie)
+{
+    EXPECT_EQ(quietReading({0.9, 0.0001, 0.9, 0.9}), SourceFormat::s24be);
+    EXPECT_FALSE(quietReading({0.9, 0.0001, 0.0031, 0.9})) << "less than 30 dB apart";
+    EXPECT_FALSE(quietReading({0.9, 0.0032, 0.9, 0.9})) << "not quiet itself";
+    // A reading too short to score cannot pass for quiet either.
+    EXPECT_EQ(windowPeak(std::vector<std::uint8_t>(40, 0), SourceFormat::s24be), 1.0);
+    EXPECT_EQ(windowPeak(std::vector<std::uint8_t>(40, 0), SourceFormat::s16be), 0.0);
+
+    // Open: a runner-up within 0.2 of the winner, or a winner below 0.6.
+    EXPECT_TRUE(openChoice({0.9, 0.71, 0.1, 0.1}, SourceFormat::s16be));
+    EXPECT_FALSE(openChoice({0.9, 0.69, 0.1, 0.1}, SourceFormat::s16be));
+    EXPECT_TRUE(openChoice({0.59, 0.1, 0.1, 0.1}, SourceFormat::s16be));
+    EXPECT_FALSE(openChoice({0.61, 0.1, 0.1, 0.1}, SourceFormat::s16be));
+
+    std::mt19937 random(4);
+    std::uniform_int_distribution<int> half(0, 1);
+    for (SourceFormat format : SourceFormat::allCases()) {
+        // −70 dBFS with a step of dither.
+        const double amplitude = 0.0003 * (format.bytesPerSample() == 2 ? 32768 : 8388608);
+        auto quiet = test::sine(88200, 100, amplitude);
+        for (auto& v : quiet)
+            v += half(random) - half(random);
+        const FormatDetection found = scoreFormats(test::encode(quiet, format));
+        EXPECT_EQ(found.best, format) << format.rawValue();
+        if (format.bytesPerSample() == 2) {
+            EXPECT_TRUE(found.peaks) << "byte orders tie on correlation " << format.rawValue();
+        }
+    }
+
+    // Loud and clear: no peaks are even looked at.
+    EXPECT_FALSE(scoreFormats(test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be)).peaks);
+}

@@ -163,3 +163,34 @@ TEST_F(BounceFile, RunningOutOfMemoryOrThreadsFailsOnlyThisFile)
     }
     EXPECT_TRUE(fs::is_empty(settings.outputFolder));
 }
+
+// Digital silence is audio (a muted track, a pre-roll): it converts to silence in the
+// encoding in use, whichever that is, and is never called noise.
+TEST_F(BounceFile, SilenceConvertsToSilence)
+{
+    const auto zeros = dir.write("muted.sd2", std::vector<std::uint8_t>(120000, 0));
+    settings.sourceFormat = SourceFormatChoice::fixed(SourceFormat::s24le);
+    settings.sourceRate = 48000;
+    settings.channels = TargetChannels::preserve;
+    const BounceResult r = bounceFile(itemFor(zeros, SourceFormat::s16be, 2), settings, recorder);
+    ASSERT_TRUE(r.ok) << r.status << " " << r.reason;
+    EXPECT_FALSE(r.autoCorrected);
+    EXPECT_EQ(r.format, SourceFormat::s24le);
+    SF_INFO info{};
+    SNDFILE* wav = sf_open(r.output.c_str(), SFM_READ, &info);
+    ASSERT_TRUE(wav);
+    std::vector<int> samples(static_cast<std::size_t>(info.frames * info.channels));
+    EXPECT_EQ(sf_read_int(wav, samples.data(), std::ssize(samples)), 20000 * 2);
+    sf_close(wav);
+    EXPECT_EQ(std::count(samples.begin(), samples.end(), 0), std::ssize(samples));
+
+    // Dithered silence too, in any encoding.
+    settings.sourceFormat = SourceFormatChoice::fixed(SourceFormat::s16le);
+    const auto dithered = dir.write("preroll.sd2", test::encode(test::ditheredSilence(100000), SourceFormat::s16be));
+    EXPECT_TRUE(bounceFile(itemFor(dithered, SourceFormat::s16be, 1), settings, recorder).ok);
+
+    // Under sixteen samples nothing can be judged, silent or not.
+    const auto tiny = dir.write("tiny.sd2", std::vector<std::uint8_t>(40, 0));
+    EXPECT_EQ(bounceFile(itemFor(tiny, SourceFormat::s16be, 1), settings, recorder).reason,
+              "too short to hold audio (40 bytes)");
+}

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <numbers>
+#include <random>
 #include <vector>
 
 namespace quorvel::test {
@@ -17,6 +18,24 @@ inline std::vector<std::int32_t> sine(std::size_t count, double period, double a
         samples[k] = static_cast<std::int32_t>(
             std::lround(amplitude * std::sin(2.0 * std::numbers::pi * static_cast<double>(k) / period + phase)));
     return samples;
+}
+
+// What a recorder writes while nothing plays: zero with triangular dither of one step.
+inline std::vector<std::int32_t> ditheredSilence(std::size_t count, unsigned seed = 1)
+{
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<int> half(0, 1);
+    std::vector<std::int32_t> samples(count);
+    for (auto& v : samples)
+        v = half(random) - half(random);
+    return samples;
+}
+
+// a followed by b.
+inline std::vector<std::int32_t> joined(std::vector<std::int32_t> a, const std::vector<std::int32_t>& b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
 }
 
 inline std::vector<std::int32_t> interleave(const std::vector<std::int32_t>& left, const std::vector<std::int32_t>& right)

@@ -1,5 +1,8 @@
 #include "core/detection/detectBestFormat.hpp"
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/smoothness.hpp"
+
+#include <algorithm>
 
 namespace quorvel {
 
@@ -24,18 +27,78 @@ SourceFormat bestCandidate(const FormatScores& scores)
     return best;
 }
 
+std::optional<SourceFormat> quietReading(const FormatScores& peaks)
+{
+    const SourceFormat quietest = bestCandidate({-peaks[0], -peaks[1], -peaks[2], -peaks[3]});
+    if (!(peaks[quietest.index()] < kQuietPeakBelow))
+        return std::nullopt;
+    for (SourceFormat other : SourceFormat::allCases())
+        if (other != quietest && !(peaks[quietest.index()] <= kQuietReadingRatio * peaks[other.index()]))
+            return std::nullopt;
+    return quietest;
+}
+
+FormatScores readingPeaks(ByteView data)
+{
+    // Loud readings stop at the first loud sample; only when one reading is quiet do the
+    // others need reading on, up to 30 dB above it.
+    FormatScores peaks{};
+    for (SourceFormat candidate : SourceFormat::allCases())
+        peaks[candidate.index()] = windowPeak(data, candidate, kQuietPeakBelow);
+    const SourceFormat quietest = bestCandidate({-peaks[0], -peaks[1], -peaks[2], -peaks[3]});
+    if (peaks[quietest.index()] < kQuietPeakBelow)
+        for (SourceFormat other : SourceFormat::allCases())
+            if (other != quietest)
+                peaks[other.index()] = windowPeak(data, other, peaks[quietest.index()] / kQuietReadingRatio);
+    return peaks;
+}
+
+bool closeTo(const FormatScores& scores, SourceFormat winner, SourceFormat other)
+{
+    const double top = scores[winner.index()];
+    return top < kClearWinnerAbove || scores[other.index()] >= top - kCloseScores;
+}
+
+bool openChoice(const FormatScores& scores, SourceFormat winner)
+{
+    return std::ranges::any_of(SourceFormat::allCases(),
+                               [&](SourceFormat c) { return c != winner && closeTo(scores, winner, c); });
+}
+
+bool clearVerdict(const FormatDetection& detection)
+{
+    if (detection.peaks && quietReading(*detection.peaks) == detection.best)
+        return true;
+    // Judged on the scores that chose: the channel-aware ones when they took over.
+    return !openChoice(detection.channelsChose ? *detection.channelScores : detection.scores, detection.best);
+}
+
 FormatDetection scoreFormats(ByteView data)
 {
+    // Probed once here rather than by every score; the audible part is its own audible span,
+    // so the scores are the same.
+    const ByteView audio = audiblePart(data).value_or(data);
     FormatDetection result;
-    result.scores = candidateScores(data, smoothness);
+    result.scores = candidateScores(audio, smoothness);
     result.best = bestCandidate(result.scores);
 
-    const double winning = result.scores[result.best.index()];
+    const SourceFormat smoothest = result.best;
+    const double winning = result.scores[smoothest.index()];
     if (winning < kChannelRecheckBelow) {
-        result.channelScores = candidateScores(data, channelSmoothness);
+        result.channelScores = candidateScores(audio, channelSmoothness);
         const SourceFormat channelBest = bestCandidate(*result.channelScores);
-        if ((*result.channelScores)[channelBest.index()] > winning)
+        result.channelsChose = (*result.channelScores)[channelBest.index()] > winning;
+        if (result.channelsChose)
             result.best = channelBest;
+    }
+
+    // A reading far quieter than the others settles a choice the neighbour scores leave
+    // open; a clear verdict stands.
+    if (openChoice(result.scores, smoothest)) {
+        result.peaks = readingPeaks(audio);
+        const std::optional<SourceFormat> quiet = quietReading(*result.peaks);
+        if (quiet && closeTo(result.scores, smoothest, *quiet))
+            result.best = *quiet;
     }
     return result;
 }

@@ -13,6 +13,9 @@ std::optional<FileDetection> detectFile(ByteView data, SourceFormatChoice choice
         used = choice.fixedFormat().value_or(format.best);
         channels = detectChannels(data, used);
     });
+    // A layout read in an encoding that was a close call is no surer than the encoding.
+    if (choice.isAuto() && channels.confidence == "confident" && !clearVerdict(format))
+        channels.confidence = "verify by ear";
     if (!read)
         return std::nullopt;
     return FileDetection{format, used, channels, detectionStatus(used, choice, channels), {}};

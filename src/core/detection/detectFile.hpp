@@ -19,7 +19,7 @@ struct FileDetection {
 };
 
 // Scores the encodings, then analyses the channels in the best one, or in the fixed one
-// when the user has set it. Nothing when the bytes could not be read: a mapped file that
+// when the user has set it; "confident" only when the encoding was no close call either. Nothing when the bytes could not be read: a mapped file that
 // shrank while it was being read.
 std::optional<FileDetection> detectFile(ByteView data, SourceFormatChoice choice);
 

@@ -22,8 +22,10 @@ std::optional<std::int64_t> describedRate(const FileDetection& half)
 std::string reading(const FileDetection& half)
 {
     std::string text = std::string(half.used.shortText()) + (half.channels.channels == 1 ? " mono" : " stereo");
-    if (const auto rate = describedRate(half))
-        text += " " + khz(*rate);
+    if (const auto rate = describedRate(half)) {
+        text += ' ';
+        text += khz(*rate);
+    }
     return text;
 }
 
@@ -41,7 +43,7 @@ PairDetection detectPair(const FileDetection& left, const FileDetection& right, 
     const bool sameRate = !describedRate(left) || !describedRate(right) || describedRate(left) == describedRate(right);
     pair.agree = sameRate && (!choice.isAuto() || (sameEncoding && bothMono));
     if (!pair.agree) {
-        pair.status = "L and R read differently — L " + reading(left) + ", R " + reading(right) +
+        pair.status = std::string("L and R read differently — L ") + reading(left) + ", R " + reading(right) +
                       (sameRate ? "; pick the source format in Advanced" : "; split them to bounce each at its own rate");
         return pair;
     }

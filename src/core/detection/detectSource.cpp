@@ -28,7 +28,7 @@ std::optional<FileDetection> detectSource(const std::filesystem::path& path, Byt
         return detected;
     }
     const SourceDescription& described = *source.description;
-    return FileDetection{FormatDetection{described.format, scores, std::nullopt}, described.format,
+    return FileDetection{FormatDetection{described.format, scores, std::nullopt, false, std::nullopt}, described.format,
                          ChannelDetection{described.channels, "file info", 0.0}, metadataStatus(described),
                          std::move(source)};
 }

@@ -1,4 +1,5 @@
 #include "core/detection/smoothness.hpp"
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/wideInt.hpp"
 
 #include <algorithm>
@@ -66,19 +67,54 @@ double windowScore(ByteView data, SourceFormat format, std::int64_t startByte, s
 template <int Lag>
 double bestWindowScore(ByteView data, SourceFormat format)
 {
-    const auto size = static_cast<std::int64_t>(data.size());
-    if (size < 16 * format.bytesPerSample())
+    if (static_cast<std::int64_t>(data.size()) < 16 * format.bytesPerSample())
         return -1.0;
+    // Spread over the audio only: a window in leading or trailing silence says nothing.
+    const ByteView audio = audiblePart(data).value_or(data);
+    const auto size = static_cast<std::int64_t>(audio.size());
     double best = -2.0;
     for (double fraction : kSmoothnessWindowFractions) {
-        const double s = windowScore<Lag>(data, format, smoothnessWindowStart(size, fraction), kSmoothnessWindowBytes);
+        const double s = windowScore<Lag>(audio, format, smoothnessWindowStart(size, fraction), kSmoothnessWindowBytes);
         if (s > best)
             best = s;
     }
     return best;
 }
 
+template <SourceFormat::Case F>
+std::int64_t peakOf(const std::uint8_t* data, std::int64_t start, std::int64_t end, std::int64_t enough)
+{
+    constexpr std::int64_t bps = SourceFormat{F}.bytesPerSample();
+    std::int64_t peak = 0;
+    for (std::int64_t pos = start; pos + bps <= end && peak < enough; pos += bps) {
+        const std::int64_t v = decodeIntAt<F>(data + pos);
+        peak = std::max(peak, v < 0 ? -v : v);
+    }
+    return peak;
+}
+
 } // namespace
+
+double windowPeak(ByteView data, SourceFormat format, double enough)
+{
+    const std::int64_t bps = format.bytesPerSample();
+    if (static_cast<std::int64_t>(data.size()) < 16 * bps)
+        return 1.0;
+    const ByteView audio = audiblePart(data).value_or(data);
+    const auto size = static_cast<std::int64_t>(audio.size());
+    const auto fullScale = static_cast<double>(std::int64_t{1} << (8 * bps - 1));
+    // At least one step: a reading of nothing but zeros is read to its end.
+    const auto stopAt = std::max<std::int64_t>(1, static_cast<std::int64_t>(std::ceil(std::min(enough, 1.0) * fullScale)));
+    std::int64_t peak = 0;
+    for (double fraction : kSmoothnessWindowFractions) {
+        const std::int64_t start = smoothnessWindowStart(size, fraction) / bps * bps;
+        const std::int64_t end = std::min(size, start + kSmoothnessWindowBytes) / bps * bps;
+        peak = std::max(peak, withFormat(format, [&](auto f) {
+                            return peakOf<decltype(f)::value>(audio.data(), start, end, stopAt);
+                        }));
+    }
+    return static_cast<double>(peak) / fullScale;
+}
 
 std::int64_t smoothnessWindowStart(std::int64_t byteCount, double fraction)
 {

@@ -18,8 +18,15 @@ std::int64_t smoothnessWindowStart(std::int64_t byteCount, double fraction);
 // −1.0 for fewer than 8 whole samples, 0.0 for a flat window.
 double smoothnessWindow(ByteView data, SourceFormat format, std::int64_t startByte, std::int64_t byteCount);
 
-// Best of four windows spread over the file; −1.0 for fewer than 16 samples.
+// Best of four windows spread over the file's audible span (all of it when silent);
+// −1.0 for fewer than 16 samples.
 double smoothness(ByteView data, SourceFormat format);
+
+// The largest sample magnitude in the windows smoothness scores, as a fraction of full
+// scale; 1.0 for fewer than 16 samples, which can never pass for quiet. The scan stops once
+// the peak reaches `enough` (the result is then at least that, and above zero), as only
+// quiet readings need an exact peak.
+double windowPeak(ByteView data, SourceFormat format, double enough = 1.0);
 
 // As smoothness, but each sample is correlated with the one two places later: in
 // interleaved stereo that is the same channel's previous sample, so wide stereo whose

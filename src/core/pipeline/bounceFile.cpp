@@ -1,4 +1,5 @@
 #include "core/pipeline/bounceFile.hpp"
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/detectBestFormat.hpp"
 #include "core/detection/smoothness.hpp"
 #include "core/io/MappedFile.hpp"
@@ -17,6 +18,9 @@
 namespace quorvel {
 
 namespace {
+
+// Sixteen samples of the widest encoding: less cannot be scored in every encoding.
+constexpr std::size_t kShortestAudio = 16 * 3;
 
 std::string channelName(std::int64_t channels) { return channels == 1 ? "mono" : "stereo"; }
 
@@ -117,7 +121,7 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
 
     // The scores read the mapped file; one that shrank since it was queued fails cleanly.
     double score = 0;
-    bool wideStereo = false;
+    bool wideStereo = false, silent = false;
     std::optional<SourceFormat> corrected;
     result.sourceChannels = item.sourceChannels();
     FileSource source = findFileSource(item.path);
@@ -140,6 +144,9 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
         // score low here; judge it channel by channel before calling it static.
         if (score < kStaticBelow && result.sourceChannels == 2)
             wideStereo = channelSmoothness(data, corrected.value_or(result.format)) >= kCorrectionAtLeast;
+        // Digital silence is valid audio (a muted track, a pre-roll) and converts as it is.
+        if (score < kStaticBelow && !wideStereo && data.size() >= kShortestAudio)
+            silent = !audiblePart(data);
     });
     if (!read) {
         result.status = "Couldn't read the file";
@@ -151,9 +158,9 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
         result.autoCorrected = true;
         observer.corrected(*corrected);
     }
-    if (score < kStaticBelow && !wideStereo) {
+    if (score < kStaticBelow && !wideStereo && !silent) {
         result.status = "Reads as static — try another source format in Advanced";
-        result.reason = data.size() < 16 * 3 ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
+        result.reason = data.size() < kShortestAudio ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
                                              : "the data reads as noise in every encoding";
         return result;
     }

@@ -1,4 +1,5 @@
 #include "core/pipeline/bouncePair.hpp"
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/detectPair.hpp"
 #include "core/detection/detectSource.hpp"
 #include "core/detection/smoothness.hpp"
@@ -52,9 +53,12 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     const PairDetection pair = detectPair(*halves[0], *halves[1], settings.sourceFormat);
     const ByteView left = halves[0]->source.audio(files[0].bytes()), right = halves[1]->source.audio(files[1].bytes());
     double scores[2] = {0, 0};
+    bool audible[2] = {false, false};
     if (!guardedRead([&] {
-            for (int c = 0; c < 2; ++c)
+            for (int c = 0; c < 2; ++c) {
                 scores[c] = smoothness(c == 0 ? left : right, pair.format);
+                audible[c] = audiblePart(c == 0 ? left : right).has_value();
+            }
         })) {
         result.status = "Couldn't read the file";
         result.reason = "the file changed while it was being read";
@@ -66,9 +70,9 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
         result.reason = "the halves of the pair read differently";
         return result;
     }
-    // A flat (0.0) or near-empty (−1.0) half is silence or padding, not noise.
+    // A muted half is silence, not noise.
     for (int c = 0; c < 2; ++c) {
-        if (scores[c] != 0.0 && scores[c] != -1.0 && scores[c] < kStaticBelow) {
+        if (scores[c] < kStaticBelow && audible[c]) {
             result.status = "Reads as static — try another source format in Advanced";
             result.reason = std::string(c == 0 ? "the L" : "the R") + " half reads as noise in " +
                             std::string(result.format.shortText());
