@@ -1,4 +1,5 @@
 #include "core/pipeline/loudness.hpp"
+#include "core/pipeline/biquad.hpp"
 
 #include <cmath>
 #include <cstdint>
@@ -9,27 +10,10 @@ namespace quorvel {
 
 namespace {
 
-// Direct form I from zero state.
-class Biquad {
-public:
-    Biquad(const std::array<double, 3>& b, const std::array<double, 3>& a) : b_(b), a_(a) {}
-    double operator()(double x)
-    {
-        const double y = b_[0] * x + b_[1] * x1_ + b_[2] * x2_ - a_[1] * y1_ - a_[2] * y2_;
-        x2_ = x1_;
-        x1_ = x;
-        y2_ = y1_;
-        y1_ = y;
-        return y;
-    }
-
-private:
-    std::array<double, 3> b_, a_;
-    double x1_ = 0, x2_ = 0, y1_ = 0, y2_ = 0;
-};
-
 // The 1e-12 keeps silent blocks finite (−120.691); they still fall to the absolute gate.
 double loudnessOf(double power) { return -0.691 + 10.0 * std::log10(power + 1e-12); }
+
+constexpr double kUnmeasurable = -std::numeric_limits<double>::infinity();
 
 } // namespace
 
@@ -53,42 +37,10 @@ KWeighting kWeightCoeffs(double sampleRate)
     return k;
 }
 
-double integratedLUFS(const PcmBuffer& buffer)
+namespace {
+
+double gatedLoudness(const std::vector<double>& power)
 {
-    constexpr double kUnmeasurable = -std::numeric_limits<double>::infinity();
-    const double fs = buffer.sampleRate();
-    const std::int64_t n = buffer.frameLength();
-    const std::int64_t blockLen = std::llround(fs * 0.4);
-    const std::int64_t hop = std::llround(fs * 0.1);
-    if (blockLen < 1 || hop < 1 || n < blockLen)
-        return kUnmeasurable;
-
-    const std::int64_t blockCount = (n - blockLen) / hop + 1;
-    const KWeighting k = kWeightCoeffs(fs);
-    std::vector<double> power(static_cast<std::size_t>(blockCount), 0.0);
-    // The filtered signal is kept only for the block being summed, so memory stays at one
-    // block whatever the buffer's length; each block's sum runs in ascending order.
-    std::vector<double> recent(static_cast<std::size_t>(blockLen));
-    for (std::int64_t c = 0; c < buffer.channelCount(); ++c) {
-        Biquad shelf(k.b1, k.a1), highPass(k.b2, k.a2);
-        const float* x = buffer.channel(c);
-        std::int64_t block = 0, slot = 0;
-        for (std::int64_t i = 0; block < blockCount; ++i) {
-            recent[static_cast<std::size_t>(slot)] = highPass(shelf(static_cast<double>(x[i])));
-            slot = slot + 1 == blockLen ? 0 : slot + 1;
-            if (i != block * hop + blockLen - 1)
-                continue;
-            // The ring is full and `slot` is where this block starts.
-            double sum = 0;
-            for (std::int64_t j = slot; j < blockLen; ++j)
-                sum += recent[static_cast<std::size_t>(j)] * recent[static_cast<std::size_t>(j)];
-            for (std::int64_t j = 0; j < slot; ++j)
-                sum += recent[static_cast<std::size_t>(j)] * recent[static_cast<std::size_t>(j)];
-            power[static_cast<std::size_t>(block)] += sum / static_cast<double>(blockLen);
-            ++block;
-        }
-    }
-
     double absSum = 0;
     std::int64_t absCount = 0;
     for (double p : power)
@@ -111,6 +63,64 @@ double integratedLUFS(const PcmBuffer& buffer)
         }
     }
     return loudnessOf(relSum / static_cast<double>(relCount));
+}
+
+} // namespace
+
+LoudnessMeter::LoudnessMeter(double sampleRate, std::int64_t channels, std::int64_t frames)
+    : k_(kWeightCoeffs(sampleRate)), blockLen_(std::llround(sampleRate * 0.4)), hop_(std::llround(sampleRate * 0.1))
+{
+    if (blockLen_ < 1 || hop_ < 1 || frames < blockLen_)
+        return; // unmeasurable: no channel state, nothing is summed
+    blockCount_ = (frames - blockLen_) / hop_ + 1;
+    for (std::int64_t c = 0; c < channels; ++c)
+        channels_.push_back({Biquad(k_.b1, k_.a1), Biquad(k_.b2, k_.a2),
+                             std::vector<double>(static_cast<std::size_t>(blockLen_)),
+                             std::vector<double>(static_cast<std::size_t>(blockCount_), 0.0)});
+}
+
+void LoudnessMeter::add(std::int64_t channel, const float* x, std::int64_t frames)
+{
+    if (channels_.empty())
+        return;
+    Channel& ch = channels_[static_cast<std::size_t>(channel)];
+    std::vector<double>& recent = ch.recent;
+    // The filtered signal is kept only for the block being summed, so memory stays at one
+    // block whatever the length; each block's sum runs in ascending order.
+    for (std::int64_t i = 0; i < frames && ch.block < blockCount_; ++i, ++ch.position) {
+        recent[static_cast<std::size_t>(ch.slot)] = ch.highPass(ch.shelf(static_cast<double>(x[i])));
+        ch.slot = ch.slot + 1 == blockLen_ ? 0 : ch.slot + 1;
+        if (ch.position != ch.block * hop_ + blockLen_ - 1)
+            continue;
+        // The ring is full and `slot` is where this block starts.
+        double sum = 0;
+        for (std::int64_t j = ch.slot; j < blockLen_; ++j)
+            sum += recent[static_cast<std::size_t>(j)] * recent[static_cast<std::size_t>(j)];
+        for (std::int64_t j = 0; j < ch.slot; ++j)
+            sum += recent[static_cast<std::size_t>(j)] * recent[static_cast<std::size_t>(j)];
+        ch.power[static_cast<std::size_t>(ch.block)] = sum / static_cast<double>(blockLen_);
+        ++ch.block;
+    }
+}
+
+double LoudnessMeter::integrated() const
+{
+    if (channels_.empty())
+        return kUnmeasurable;
+    // Channel after channel, as if each had been added to one sum in turn.
+    std::vector<double> power(static_cast<std::size_t>(blockCount_), 0.0);
+    for (const Channel& ch : channels_)
+        for (std::size_t b = 0; b < power.size(); ++b)
+            power[b] += ch.power[b];
+    return gatedLoudness(power);
+}
+
+double integratedLUFS(const PcmBuffer& buffer)
+{
+    LoudnessMeter meter(buffer.sampleRate(), buffer.channelCount(), buffer.frameLength());
+    for (std::int64_t c = 0; c < buffer.channelCount(); ++c)
+        meter.add(c, buffer.channel(c), buffer.frameLength());
+    return meter.integrated();
 }
 
 } // namespace quorvel
