@@ -1,5 +1,6 @@
 #include "core/pipeline/convertOneNative.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/pipeline/convertInBlocks.hpp"
 #include "core/pipeline/decodeToBuffer.hpp"
 #include "core/pipeline/mapChannels.hpp"
 #include "core/pipeline/normalize.hpp"
@@ -11,6 +12,14 @@ namespace quorvel {
 ConversionResult convertOneNative(ByteView data, const std::filesystem::path& to, SourceFormat format,
                                   std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                   std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
+{
+    return convertInBlocks(data, to, format, srcRate, srcChannels, targetRate, outChannels, targetDepth,
+                           normalizeLoudness);
+}
+
+ConversionResult convertWholeBuffer(ByteView data, const std::filesystem::path& to, SourceFormat format,
+                                    std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
+                                    std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
     // Each stage replaces `buffer`, so the previous stage's audio is freed as soon as the
     // next one exists: at most two full-length buffers are alive at once.

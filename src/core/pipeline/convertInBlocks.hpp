@@ -1,0 +1,16 @@
+#pragma once
+
+#include "core/pipeline/convertOneNative.hpp"
+
+namespace quorvel {
+
+// convertOneNative block after block: decode, resample (one libsoxr stream per channel,
+// kept across blocks and flushed at the end), map channels, quantise and write, with the
+// channels on threads of their own. Memory does not grow with the file, except under
+// normalisation, which holds the resampled audio once and streams every pass over it. The
+// bytes written are those of the whole-buffer stages.
+ConversionResult convertInBlocks(ByteView data, const std::filesystem::path& to, SourceFormat format,
+                                 std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
+                                 std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
+
+} // namespace quorvel
