@@ -1,6 +1,7 @@
 #include "core/pipeline/limitedSignal.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace quorvel {
@@ -12,6 +13,7 @@ LimitedSignal::LimitedSignal(const PcmBuffer& source, float gain, float ceiling)
     lookahead_ = std::max<std::int64_t>(1, std::llround(fs * 0.003));
     const std::int64_t release = std::max<std::int64_t>(1, std::llround(fs * 0.06));
     step_ = static_cast<float>(1.0 / static_cast<double>(release));
+    window_.resize(std::bit_ceil(static_cast<std::size_t>(lookahead_) + 2)); // a mask wraps it
 }
 
 float LimitedSignal::required(std::int64_t frame) const
@@ -33,16 +35,20 @@ void LimitedSignal::read(std::int64_t frames, float* const* out)
     const std::int64_t channels = source_.channelCount();
     for (std::int64_t k = 0; k < frames; ++k, ++next_) {
         const std::int64_t i = next_;
+        const std::size_t mask = window_.size() - 1;
+        const auto at = [&](std::size_t k) -> Pending& { return window_[(front_ + k) & mask]; };
         for (const std::int64_t last = std::min(i + lookahead_, n - 1); seen_ <= last; ++seen_) {
             const float need = required(seen_);
-            while (!window_.empty() && window_.back().need >= need)
-                window_.pop_back();
-            window_.push_back({seen_, need});
+            while (size_ > 0 && at(size_ - 1).need >= need)
+                --size_;
+            at(size_++) = {seen_, need};
         }
-        while (window_.front().frame < i)
-            window_.pop_front();
+        while (at(0).frame < i) {
+            front_ = (front_ + 1) & mask;
+            --size_;
+        }
 
-        const float target = window_.front().need;
+        const float target = at(0).need;
         g_ = target < g_ ? target : std::min(g_ + step_, target);
         for (std::int64_t c = 0; c < channels; ++c)
             out[c][k] = gain_ * source_.channel(c)[i] * g_;

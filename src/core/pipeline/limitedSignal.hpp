@@ -3,7 +3,7 @@
 #include "core/pipeline/PcmBuffer.hpp"
 
 #include <cstdint>
-#include <deque>
+#include <vector>
 
 namespace quorvel {
 
@@ -27,7 +27,9 @@ private:
     const PcmBuffer& source_;
     float gain_, ceiling_, step_;
     std::int64_t lookahead_;
-    std::deque<Pending> window_;
+    // A ring of at most lookahead + 1 entries: the queue limitPeaks keeps in a deque.
+    std::vector<Pending> window_;
+    std::size_t front_ = 0, size_ = 0;
     std::int64_t next_ = 0, seen_ = 0;
     float g_ = 1.0f;
 };

@@ -1,6 +1,7 @@
 #include "core/pipeline/loudness.hpp"
 #include "core/pipeline/biquad.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -73,33 +74,89 @@ LoudnessMeter::LoudnessMeter(double sampleRate, std::int64_t channels, std::int6
     if (blockLen_ < 1 || hop_ < 1 || frames < blockLen_)
         return; // unmeasurable: no channel state, nothing is summed
     blockCount_ = (frames - blockLen_) / hop_ + 1;
+    const std::int64_t open = blockLen_ / hop_ + 2; // blocks that can overlap one sample, and one spare
     for (std::int64_t c = 0; c < channels; ++c)
         channels_.push_back({Biquad(k_.b1, k_.a1), Biquad(k_.b2, k_.a2),
-                             std::vector<double>(static_cast<std::size_t>(blockLen_)),
-                             std::vector<double>(static_cast<std::size_t>(blockCount_), 0.0)});
+                             std::vector<double>(static_cast<std::size_t>(open), 0.0),
+                             std::vector<double>(static_cast<std::size_t>(blockCount_), 0.0), {}});
 }
+
+namespace {
+
+// Adds squares[0 … n) in order to K sums held in registers, so the K chains of additions
+// run side by side instead of waiting on each other.
+template <int K>
+void accumulate(double* const* sums, const double* squares, std::int64_t n)
+{
+    double a[K];
+    for (int t = 0; t < K; ++t)
+        a[t] = *sums[t];
+    for (std::int64_t i = 0; i < n; ++i)
+        for (int t = 0; t < K; ++t)
+            a[t] += squares[i];
+    for (int t = 0; t < K; ++t)
+        *sums[t] = a[t];
+}
+
+} // namespace
 
 void LoudnessMeter::add(std::int64_t channel, const float* x, std::int64_t frames)
 {
+    constexpr std::int64_t kPiece = 4096; // filtered samples held at a time
     if (channels_.empty())
+        return; // unmeasurable
+    for (std::int64_t at = 0; at < frames; at += kPiece)
+        addPiece(channels_[static_cast<std::size_t>(channel)], x + at, std::min(kPiece, frames - at));
+}
+
+void LoudnessMeter::addPiece(Channel& ch, const float* x, std::int64_t frames)
+{
+    if (ch.closed == blockCount_)
         return;
-    Channel& ch = channels_[static_cast<std::size_t>(channel)];
-    std::vector<double>& recent = ch.recent;
-    // The filtered signal is kept only for the block being summed, so memory stays at one
-    // block whatever the length; each block's sum runs in ascending order.
-    for (std::int64_t i = 0; i < frames && ch.block < blockCount_; ++i, ++ch.position) {
-        recent[static_cast<std::size_t>(ch.slot)] = ch.highPass(ch.shelf(static_cast<double>(x[i])));
-        ch.slot = ch.slot + 1 == blockLen_ ? 0 : ch.slot + 1;
-        if (ch.position != ch.block * hop_ + blockLen_ - 1)
+    ch.squares.resize(static_cast<std::size_t>(frames));
+    // Local copies of the filters keep their state in registers.
+    Biquad shelf = ch.shelf, highPass = ch.highPass;
+    for (std::int64_t i = 0; i < frames; ++i) {
+        const double y = highPass(shelf(static_cast<double>(x[i])));
+        ch.squares[static_cast<std::size_t>(i)] = y * y;
+    }
+    ch.shelf = shelf;
+    ch.highPass = highPass;
+
+    // Each block open at a sample has a sum of its own, fed in ascending order from 0: the
+    // very sum of the block's squares taken when it closes, without keeping the signal.
+    // Between two openings or closings the same blocks are open, so they are fed together.
+    const auto slots = static_cast<std::int64_t>(ch.sums.size());
+    std::int64_t i = 0;
+    while (i < frames && ch.closed < blockCount_) {
+        const std::int64_t nextOpen = ch.opened < blockCount_ ? ch.opened * hop_ : std::numeric_limits<std::int64_t>::max();
+        if (ch.position == nextOpen) {
+            ch.sums[static_cast<std::size_t>(ch.opened % slots)] = 0.0;
+            ++ch.opened;
             continue;
-        // The ring is full and `slot` is where this block starts.
-        double sum = 0;
-        for (std::int64_t j = ch.slot; j < blockLen_; ++j)
-            sum += recent[static_cast<std::size_t>(j)] * recent[static_cast<std::size_t>(j)];
-        for (std::int64_t j = 0; j < ch.slot; ++j)
-            sum += recent[static_cast<std::size_t>(j)] * recent[static_cast<std::size_t>(j)];
-        ch.power[static_cast<std::size_t>(ch.block)] = sum / static_cast<double>(blockLen_);
-        ++ch.block;
+        }
+        const std::int64_t closesAfter = ch.closed * hop_ + blockLen_; // one past its last sample
+        const std::int64_t n = std::min({nextOpen, closesAfter, ch.position + (frames - i)}) - ch.position;
+        for (std::int64_t b = ch.closed; b < ch.opened; b += 4) {
+            double* sums[4];
+            const auto k = static_cast<int>(std::min<std::int64_t>(4, ch.opened - b));
+            for (int t = 0; t < k; ++t)
+                sums[t] = &ch.sums[static_cast<std::size_t>((b + t) % slots)];
+            const double* squares = ch.squares.data() + i;
+            switch (k) {
+            case 1: accumulate<1>(sums, squares, n); break;
+            case 2: accumulate<2>(sums, squares, n); break;
+            case 3: accumulate<3>(sums, squares, n); break;
+            default: accumulate<4>(sums, squares, n); break;
+            }
+        }
+        i += n;
+        ch.position += n;
+        if (ch.position == closesAfter) {
+            ch.power[static_cast<std::size_t>(ch.closed)] =
+                ch.sums[static_cast<std::size_t>(ch.closed % slots)] / static_cast<double>(blockLen_);
+            ++ch.closed;
+        }
     }
 }
 

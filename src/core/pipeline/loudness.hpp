@@ -35,10 +35,13 @@ public:
 private:
     struct Channel {
         Biquad shelf, highPass;
-        std::vector<double> recent;  // the filtered samples of the block being summed
-        std::vector<double> power;   // mean square of each block
-        std::int64_t position = 0, slot = 0, block = 0;
+        std::vector<double> sums;   // running sums of squares of the open blocks, by block modulo size
+        std::vector<double> power;  // mean square of each closed block
+        std::vector<double> squares; // the filtered samples of the piece being added, squared
+        std::int64_t position = 0, opened = 0, closed = 0;
     };
+    void addPiece(Channel& channel, const float* samples, std::int64_t frames);
+
     KWeighting k_;
     std::int64_t blockLen_, hop_, blockCount_ = 0;
     std::vector<Channel> channels_;

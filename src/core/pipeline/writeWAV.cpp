@@ -5,7 +5,9 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -33,26 +35,30 @@ inline std::int32_t quantise(float sample)
     } else {
         constexpr float full = static_cast<float>(1 << (Depth - 1));
         const float v = sample * full;
-        const float sane = v == v ? v : 0.0f; // NaN is silence; written as a select, not a branch
-        return static_cast<std::int32_t>(std::lrintf(std::clamp(sane, -full, full - 1.0f)));
+        const float sane = v == v ? v : 0.0f; // NaN is silence
+        // min and max rather than clamp: the same values, without branches.
+        return static_cast<std::int32_t>(std::lrintf(std::min(std::max(sane, -full), full - 1.0f)));
     }
 }
 
-// One block of frames as interleaved little-endian bytes, ready for the data chunk.
+// One block of frames as interleaved little-endian bytes, ready for the data chunk. Frame
+// by frame, each sample stored as a whole word: a word's spare high byte is overwritten by
+// the next sample, and the last one lands in the block's one byte of slack.
 template <int Depth>
 void packBlock(std::span<const float* const> channels, std::int64_t start, std::int64_t count, std::uint8_t* out)
 {
     constexpr int bytes = Depth / 8;
-    const auto stride = static_cast<std::int64_t>(channels.size()) * bytes;
-    for (std::size_t c = 0; c < channels.size(); ++c) {
-        const float* in = channels[c] + start;
-        std::uint8_t* o = out + static_cast<std::int64_t>(c) * bytes;
-        for (std::int64_t i = 0; i < count; ++i, o += stride) {
-            const auto v = static_cast<std::uint32_t>(quantise<Depth>(in[i]));
-            for (int b = 0; b < bytes; ++b)
-                o[b] = static_cast<std::uint8_t>(v >> (8 * b));
+    for (std::int64_t i = start; i < start + count; ++i)
+        for (const float* channel : channels) {
+            const auto v = static_cast<std::uint32_t>(quantise<Depth>(channel[i]));
+            if constexpr (std::endian::native == std::endian::little) {
+                std::memcpy(out, &v, sizeof v);
+            } else {
+                for (int b = 0; b < bytes; ++b)
+                    out[b] = static_cast<std::uint8_t>(v >> (8 * b));
+            }
+            out += bytes;
         }
-    }
 }
 
 int subformat(std::int64_t depth)
@@ -91,7 +97,7 @@ WavWriter::WavWriter(const std::filesystem::path& to, std::int64_t sampleRate, s
     state_->file.reset(sf_open_fd(state_->partial.fd(), SFM_WRITE, &info, SF_FALSE));
     if (!state_->file)
         throw WriteError(std::string("couldn't start the WAV file: ") + sf_strerror(nullptr));
-    state_->block.resize(static_cast<std::size_t>(kBlockFrames * channels * (bitDepth / 8)));
+    state_->block.resize(static_cast<std::size_t>(kBlockFrames * channels * (bitDepth / 8)) + sizeof(std::uint32_t));
 }
 
 WavWriter::~WavWriter() = default;
