@@ -1,6 +1,5 @@
 #include "core/pipeline/convertInBlocks.hpp"
 #include "core/io/MappedFile.hpp"
-#include "core/pipeline/channelCrew.hpp"
 #include "core/pipeline/decodeToBuffer.hpp"
 #include "core/pipeline/limitedSignal.hpp"
 #include "core/pipeline/loudness.hpp"
@@ -10,8 +9,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <condition_variable>
 #include <limits>
+#include <mutex>
 #include <optional>
+#include <thread>
 #include <vector>
 
 namespace quorvel {
@@ -34,37 +36,97 @@ enum class Failed { nothing, read, resample };
 
 std::int64_t roundsFor(std::int64_t frames) { return std::max<std::int64_t>(1, (frames + kBlockFrames - 1) / kBlockFrames); }
 
-// Runs `rounds` rounds with two sets of buffers (slots) going round: while the crew works
-// on round k (work(channel, k, slot)), this thread finishes round k − 1 (finish(other
-// slot)) and prepares round k + 1 (prepare(k + 1, other slot)); settle(k, slot) runs once
-// the crew is done, with nothing else running.
-template <class Prepare, class Work, class Settle, class Finish>
-Failed runRounds(ChannelCrew& crew, std::int64_t rounds, Prepare prepare, Work work, Settle settle, Finish finish)
+// Blocks in flight: a channel's thread may run this many blocks ahead of the writer, so
+// one held up for a moment (another process took its core) does not stall the others.
+constexpr int kSlots = 4;
+
+int slotOf(std::int64_t round) { return static_cast<int>(round % kSlots); }
+
+// Runs `rounds` rounds of three steps: prepare(k, slot) on this thread, then
+// work(channel, k, slot) on every channel's own thread, then finish(k, slot) on this thread
+// once every channel is done with the round, in round order. A slot is prepared again only
+// once its previous round is finished. Returns the first failure.
+template <class Prepare, class Work, class Finish>
+Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare, Work work, Finish finish)
 {
-    if (!prepare(0, 0))
-        return Failed::read;
-    for (std::int64_t k = 0; k < rounds; ++k) {
-        const int slot = static_cast<int>(k & 1);
-        const ChannelCrew::Job job = [&](std::int64_t c) { return work(c, k, slot); };
-        crew.start(job);
-        bool prepared = true;
-        try {
-            if (k > 0)
-                finish(1 - slot);
-            if (k + 1 < rounds)
-                prepared = prepare(k + 1, 1 - slot);
-        } catch (...) {
-            crew.wait(); // the job refers to this frame
-            throw;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::int64_t prepared = 0, finished = 0;
+    std::vector<std::int64_t> done(static_cast<std::size_t>(channels), 0);
+    bool workFailed = false, stopping = false;
+    const auto allDone = [&] { return channels == 0 ? prepared : *std::min_element(done.begin(), done.end()); };
+
+    // Declared before the threads: on every way out the threads are told to stop, then joined.
+    struct Stop {
+        std::mutex& mutex;
+        std::condition_variable& changed;
+        bool& stopping;
+        ~Stop()
+        {
+            {
+                std::lock_guard lock(mutex);
+                stopping = true;
+            }
+            changed.notify_all();
         }
-        const bool worked = crew.wait();
-        if (!prepared)
-            return Failed::read;
-        if (!worked)
-            return Failed::resample;
-        settle(k, slot);
+    };
+    std::vector<std::jthread> threads;
+    const Stop stop{mutex, changed, stopping};
+    for (std::int64_t c = 0; c < channels; ++c)
+        threads.emplace_back([&, c] {
+            for (std::int64_t k = 0; k < rounds; ++k) {
+                {
+                    std::unique_lock lock(mutex);
+                    changed.wait(lock, [&] { return stopping || prepared > k; });
+                    if (stopping)
+                        return;
+                }
+                bool ok = false;
+                try {
+                    ok = work(c, k, slotOf(k));
+                } catch (...) { // std::bad_alloc above all: the conversion fails, the process goes on
+                }
+                {
+                    std::lock_guard lock(mutex);
+                    done[static_cast<std::size_t>(c)] = k + 1;
+                    workFailed = workFailed || !ok;
+                }
+                changed.notify_all();
+                if (!ok)
+                    return;
+            }
+        });
+
+    while (finished < rounds) {
+        bool canPrepare = false, canFinish = false;
+        {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [&] {
+                canPrepare = prepared < rounds && finished > prepared - kSlots;
+                canFinish = allDone() > finished;
+                return workFailed || canPrepare || canFinish;
+            });
+            if (workFailed)
+                return Failed::resample;
+        }
+        if (canPrepare) {
+            if (!prepare(prepared, slotOf(prepared)))
+                return Failed::read;
+            {
+                std::lock_guard lock(mutex);
+                ++prepared;
+            }
+            changed.notify_all();
+        }
+        if (canFinish) {
+            finish(finished, slotOf(finished));
+            {
+                std::lock_guard lock(mutex);
+                ++finished;
+            }
+            changed.notify_all();
+        }
     }
-    finish(static_cast<int>((rounds - 1) & 1));
     return Failed::nothing;
 }
 
@@ -85,6 +147,7 @@ public:
             }
         for (auto& slot : resampled_)
             slot.resize(static_cast<std::size_t>(resampling_ ? srcChannels : 0));
+        leftover_.resize(static_cast<std::size_t>(std::max<std::int64_t>(srcChannels, 0)));
     }
 
     // What decodeToBuffer would refuse: no whole frame, no channel, no rate.
@@ -92,7 +155,8 @@ public:
     bool resamplerReady() const { return !resampleFailed_; }
     std::int64_t outputFrames() const { return outputFrames_; }
     std::int64_t rounds() const { return roundsFor(inputFrames_); }
-    std::int64_t crewSize() const { return resampling_ ? srcChannels_ : 0; }
+    // Threads that resample, one per source channel; none when the rate stays.
+    std::int64_t workers() const { return resampling_ ? srcChannels_ : 0; }
 
     bool prepare(std::int64_t k, int slot)
     {
@@ -115,6 +179,7 @@ public:
     {
         const PcmBuffer& in = *decoded_[static_cast<std::size_t>(slot)];
         std::vector<float>& out = resampled_[static_cast<std::size_t>(slot)][static_cast<std::size_t>(channel)];
+        out.clear();
         ResampleStream& stream = streams_[static_cast<std::size_t>(channel)];
         const ResampleStream::Sink append = [&](const float* samples, std::int64_t frames) {
             out.insert(out.end(), samples, samples + frames);
@@ -123,35 +188,33 @@ public:
                (k + 1 < rounds() || stream.finish(append));
     }
 
-    // Every channel's stream yields the same count for the same input; should one ever
-    // run ahead, its extra frames wait for the next round.
-    void settle(std::int64_t, int slot)
+    // Hands the round's frames, in the output's channels as mapChannels lays them out, to
+    // write(channels, frames). Every channel's stream yields the same count for the same
+    // input; should one ever run ahead, its extra frames wait for the next round.
+    template <class Write>
+    void finish(int slot, Write write)
     {
-        if (!resampling_) {
-            frames_[static_cast<std::size_t>(slot)] = decoded_[static_cast<std::size_t>(slot)]->frameLength();
-            return;
+        std::vector<const float*>& source = sources_;
+        source.clear();
+        std::int64_t n = std::numeric_limits<std::int64_t>::max();
+        for (std::int64_t c = 0; c < srcChannels_; ++c) {
+            const auto i = static_cast<std::size_t>(c);
+            if (!resampling_) {
+                source.push_back(decoded_[static_cast<std::size_t>(slot)]->channel(c));
+                n = decoded_[static_cast<std::size_t>(slot)]->frameLength();
+                continue;
+            }
+            std::vector<float>& fresh = resampled_[static_cast<std::size_t>(slot)][i];
+            if (!leftover_[i].empty()) {
+                leftover_[i].insert(leftover_[i].end(), fresh.begin(), fresh.end());
+                fresh.swap(leftover_[i]);
+                leftover_[i].clear();
+            }
+            source.push_back(fresh.data());
+            n = std::min(n, static_cast<std::int64_t>(fresh.size()));
         }
-        auto& now = resampled_[static_cast<std::size_t>(slot)];
-        auto& next = resampled_[static_cast<std::size_t>(1 - slot)];
-        std::size_t n = now[0].size();
-        for (const auto& channel : now)
-            n = std::min(n, channel.size());
-        for (std::size_t c = 0; c < now.size(); ++c) {
-            next[c].assign(now[c].begin() + static_cast<std::ptrdiff_t>(n), now[c].end());
-            now[c].resize(n);
-        }
-        frames_[static_cast<std::size_t>(slot)] = static_cast<std::int64_t>(n);
-    }
 
-    // The settled round in the output's channels, as mapChannels lays them out.
-    std::span<const float* const> mapped(int slot)
-    {
-        std::vector<const float*> source;
-        for (std::int64_t c = 0; c < srcChannels_; ++c)
-            source.push_back(resampling_ ? resampled_[static_cast<std::size_t>(slot)][static_cast<std::size_t>(c)].data()
-                                         : decoded_[static_cast<std::size_t>(slot)]->channel(c));
         pointers_.clear();
-        const std::int64_t n = frames(slot);
         if (srcChannels_ == 2 && outChannels_ == 1) {
             fold_.resize(static_cast<std::size_t>(n));
             for (std::int64_t i = 0; i < n; ++i)
@@ -161,9 +224,14 @@ public:
             for (std::int64_t c = 0; c < outChannels_; ++c)
                 pointers_.push_back(source[static_cast<std::size_t>(std::min(srcChannels_ - 1, c))]);
         }
-        return pointers_;
+        write(std::span<const float* const>(pointers_), n);
+
+        if (resampling_)
+            for (std::size_t c = 0; c < leftover_.size(); ++c) {
+                const std::vector<float>& fresh = resampled_[static_cast<std::size_t>(slot)][c];
+                leftover_[c].assign(fresh.begin() + static_cast<std::ptrdiff_t>(n), fresh.end());
+            }
     }
-    std::int64_t frames(int slot) const { return frames_[static_cast<std::size_t>(slot)]; }
 
 private:
     ByteView data_;
@@ -172,11 +240,11 @@ private:
     std::int64_t inputFrames_ = 0, outputFrames_ = 0, released_ = 0;
     bool resampling_ = false, resampleFailed_ = false;
     std::vector<ResampleStream> streams_;
-    std::array<PcmBufferPtr, 2> decoded_;
-    std::array<std::vector<std::vector<float>>, 2> resampled_;
-    std::array<std::int64_t, 2> frames_{};
+    std::array<PcmBufferPtr, kSlots> decoded_;
+    std::array<std::vector<std::vector<float>>, kSlots> resampled_;
+    std::vector<std::vector<float>> leftover_;
     std::vector<float> fold_;
-    std::vector<const float*> pointers_;
+    std::vector<const float*> sources_, pointers_;
 };
 
 // One normalisation pass's output, gain × the audio through the limiter, then trimmed, a
@@ -186,7 +254,7 @@ public:
     LimitedBlocks(const PcmBuffer& audio, float gain, float ceiling, std::optional<float> trim)
         : limiter_(audio, gain, ceiling), trim_(trim), frames_(audio.frameLength())
     {
-        for (std::size_t s = 0; s < 2; ++s) {
+        for (std::size_t s = 0; s < kSlots; ++s) {
             blocks_[s].assign(static_cast<std::size_t>(audio.channelCount()), std::vector<float>(kBlockFrames));
             for (auto& block : blocks_[s])
                 pointers_[s].push_back(block.data());
@@ -212,16 +280,16 @@ public:
     std::span<const float* const> channels(int slot) const
     {
         const auto& p = pointers_[static_cast<std::size_t>(slot)];
-        return {const_cast<const float* const*>(p.data()), p.size()};
+        return {p.data(), p.size()};
     }
 
 private:
     LimitedSignal limiter_;
     std::optional<float> trim_;
     std::int64_t frames_;
-    std::array<std::vector<std::vector<float>>, 2> blocks_;
-    std::array<std::vector<float*>, 2> pointers_;
-    std::array<std::int64_t, 2> counts_{};
+    std::array<std::vector<std::vector<float>>, kSlots> blocks_;
+    std::array<std::vector<float*>, kSlots> pointers_;
+    std::array<std::int64_t, kSlots> counts_{};
 };
 
 // truePeakLinear's running peak: std::max keeps it when the sample is NaN. The largest of
@@ -238,8 +306,10 @@ float peakOf(const float* samples, std::int64_t frames, float peak)
     return *std::max_element(std::begin(lanes), std::end(lanes));
 }
 
+const auto nothingToFinish = [](std::int64_t, int) {};
+
 // truePeakLinear of the pass's limited audio.
-float truePeakOfPass(const PcmBuffer& audio, float gain, float ceiling, ChannelCrew& crew)
+float truePeakOfPass(const PcmBuffer& audio, float gain, float ceiling)
 {
     LimitedBlocks blocks(audio, gain, ceiling, std::nullopt);
     const std::int64_t channels = audio.channelCount();
@@ -254,8 +324,8 @@ float truePeakOfPass(const PcmBuffer& audio, float gain, float ceiling, ChannelC
     std::vector<float> peaks(static_cast<std::size_t>(channels), 0.0f), samplePeaks = peaks;
     std::vector<char> streamFailed(static_cast<std::size_t>(channels), 0);
 
-    runRounds(
-        crew, blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
+    runPipelined(
+        channels, blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
         [&](std::int64_t c, std::int64_t k, int slot) {
             const auto i = static_cast<std::size_t>(c);
             samplePeaks[i] = peakOf(blocks.channel(slot, c), blocks.frames(slot), samplePeaks[i]);
@@ -266,7 +336,7 @@ float truePeakOfPass(const PcmBuffer& audio, float gain, float ceiling, ChannelC
             }
             return true;
         },
-        [](std::int64_t, int) {}, [](int) {});
+        nothingToFinish);
     // Unoversampled, the measurement falls back to the sample peak.
     if (!oversampled || std::find(streamFailed.begin(), streamFailed.end(), 1) != streamFailed.end())
         peaks = samplePeaks;
@@ -274,17 +344,17 @@ float truePeakOfPass(const PcmBuffer& audio, float gain, float ceiling, ChannelC
 }
 
 // integratedLUFS of the pass's limited and trimmed audio.
-double loudnessOfPass(const PcmBuffer& audio, float gain, float ceiling, std::optional<float> trim, ChannelCrew& crew)
+double loudnessOfPass(const PcmBuffer& audio, float gain, float ceiling, std::optional<float> trim)
 {
     LimitedBlocks blocks(audio, gain, ceiling, trim);
     LoudnessMeter meter(audio.sampleRate(), audio.channelCount(), audio.frameLength());
-    runRounds(
-        crew, blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
+    runPipelined(
+        audio.channelCount(), blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
         [&](std::int64_t c, std::int64_t, int slot) {
             meter.add(c, blocks.channel(slot, c), blocks.frames(slot));
             return true;
         },
-        [](std::int64_t, int) {}, [](int) {});
+        nothingToFinish);
     return meter.integrated();
 }
 
@@ -298,15 +368,17 @@ float gainOf(double gainDB) { return static_cast<float>(std::pow(10.0, gainDB / 
 // normalize()'s passes, each measured as it streams past, over audio that is never
 // changed: the gain and trim of the pass whose result normalize() would leave, or none
 // when it would leave the audio as it is.
-std::optional<PassGains> normalisationGains(const PcmBuffer& audio, ChannelCrew& crew)
+std::optional<PassGains> normalisationGains(const PcmBuffer& audio)
 {
-    LoudnessMeter first(audio.sampleRate(), audio.channelCount(), audio.frameLength());
-    const ChannelCrew::Job measure = [&](std::int64_t c) {
-        first.add(c, audio.channel(c), audio.frameLength());
-        return true;
-    };
-    crew.start(measure);
-    crew.wait();
+    const std::int64_t n = audio.frameLength();
+    LoudnessMeter first(audio.sampleRate(), audio.channelCount(), n);
+    runPipelined(
+        audio.channelCount(), roundsFor(n), [](std::int64_t, int) { return true; },
+        [&](std::int64_t c, std::int64_t k, int) {
+            first.add(c, audio.channel(c) + k * kBlockFrames, std::min(kBlockFrames, n - k * kBlockFrames));
+            return true;
+        },
+        nothingToFinish);
     const double measured = first.integrated();
     if (!std::isfinite(measured))
         return std::nullopt;
@@ -317,17 +389,22 @@ std::optional<PassGains> normalisationGains(const PcmBuffer& audio, ChannelCrew&
     float gain = gainOf(gainDB);
     for (int pass = 1; std::isfinite(gain); ++pass) {
         // Limiting holds the samples; peaks between them are pulled under with a plain gain.
-        const float peak = truePeakOfPass(audio, gain, ceiling, crew);
+        const float peak = truePeakOfPass(audio, gain, ceiling);
         last = PassGains{gain, peak > ceiling && peak > 0.0f ? std::optional(ceiling / peak) : std::nullopt};
         if (pass == kMaxPasses)
             break;
-        const double remeasured = loudnessOfPass(audio, gain, ceiling, last->trim, crew);
+        const double remeasured = loudnessOfPass(audio, gain, ceiling, last->trim);
         if (!std::isfinite(remeasured) || std::abs(kTargetLUFS - remeasured) < kToleranceLU)
             break;
         gainDB += kTargetLUFS - remeasured;
         gain = gainOf(gainDB);
     }
     return last;
+}
+
+ConversionResult failure(Failed failed)
+{
+    return {false, failed == Failed::read ? "couldn't read audio" : "resample failed", {}};
 }
 
 ConversionResult normalisedInBlocks(MappedBlocks& blocks, const std::filesystem::path& to, std::int64_t targetRate,
@@ -338,28 +415,22 @@ ConversionResult normalisedInBlocks(MappedBlocks& blocks, const std::filesystem:
     if (!audio)
         return {false, "resample failed", {}};
     std::int64_t filled = 0;
-    {
-        ChannelCrew crew(blocks.crewSize());
-        const Failed failed = runRounds(
-            crew, blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
-            [&](std::int64_t c, std::int64_t k, int slot) { return blocks.work(c, k, slot); },
-            [&](std::int64_t k, int slot) { blocks.settle(k, slot); },
-            [&](int slot) {
-                const auto channels = blocks.mapped(slot);
-                const std::int64_t n = std::min(blocks.frames(slot), audio->frameCapacity() - filled);
+    const Failed failed = runPipelined(
+        blocks.workers(), blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
+        [&](std::int64_t c, std::int64_t k, int slot) { return blocks.work(c, k, slot); },
+        [&](std::int64_t, int slot) {
+            blocks.finish(slot, [&](std::span<const float* const> channels, std::int64_t frames) {
+                const std::int64_t n = std::min(frames, audio->frameCapacity() - filled);
                 for (std::size_t c = 0; c < channels.size(); ++c)
                     std::copy_n(channels[c], n, audio->channel(static_cast<std::int64_t>(c)) + filled);
                 filled += n;
             });
-        if (failed == Failed::read)
-            return {false, "couldn't read audio", {}};
-        if (failed == Failed::resample)
-            return {false, "resample failed", {}};
-    }
+        });
+    if (failed != Failed::nothing)
+        return failure(failed);
     audio->setFrameLength(filled);
 
-    ChannelCrew crew(outChannels);
-    const std::optional<PassGains> gains = normalisationGains(*audio, crew);
+    const std::optional<PassGains> gains = normalisationGains(*audio);
     try {
         WavWriter writer(to, targetRate, outChannels, audio->frameLength(), targetDepth);
         if (!gains) {
@@ -371,11 +442,10 @@ ConversionResult normalisedInBlocks(MappedBlocks& blocks, const std::filesystem:
         }
         const float ceiling = static_cast<float>(std::pow(10.0, kCeilingDBTP / 20.0));
         LimitedBlocks pass(*audio, gains->gain, ceiling, gains->trim);
-        ChannelCrew none(0);
-        runRounds(
-            none, pass.rounds(), [&](std::int64_t k, int slot) { return pass.prepare(k, slot); },
-            [](std::int64_t, std::int64_t, int) { return true; }, [](std::int64_t, int) {},
-            [&](int slot) { writer.write(pass.channels(slot), pass.frames(slot)); });
+        runPipelined(
+            0, pass.rounds(), [&](std::int64_t k, int slot) { return pass.prepare(k, slot); },
+            [](std::int64_t, std::int64_t, int) { return true; },
+            [&](std::int64_t, int slot) { writer.write(pass.channels(slot), pass.frames(slot)); });
         return {true, {}, writer.finish()};
     } catch (const WriteError& error) {
         return {false, error.what(), {}};
@@ -401,16 +471,16 @@ ConversionResult convertInBlocks(ByteView data, const std::filesystem::path& to,
 
     try {
         WavWriter writer(to, targetRate, outChannels, blocks.outputFrames(), targetDepth);
-        ChannelCrew crew(blocks.crewSize());
-        const Failed failed = runRounds(
-            crew, blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
+        const Failed failed = runPipelined(
+            blocks.workers(), blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
             [&](std::int64_t c, std::int64_t k, int slot) { return blocks.work(c, k, slot); },
-            [&](std::int64_t k, int slot) { blocks.settle(k, slot); },
-            [&](int slot) { writer.write(blocks.mapped(slot), blocks.frames(slot)); });
-        if (failed == Failed::read)
-            return {false, "couldn't read audio", {}};
-        if (failed == Failed::resample)
-            return {false, "resample failed", {}};
+            [&](std::int64_t, int slot) {
+                blocks.finish(slot, [&](std::span<const float* const> channels, std::int64_t frames) {
+                    writer.write(channels, frames);
+                });
+            });
+        if (failed != Failed::nothing)
+            return failure(failed);
         return {true, {}, writer.finish()};
     } catch (const WriteError& error) {
         return {false, error.what(), {}};
