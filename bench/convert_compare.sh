@@ -57,15 +57,19 @@ measure_once() {
   fi
   awk '{printf "%.2f %.2f %d\n", $1, $2 + $3, $4}' "$work/time"
 }
-# The run with the median wall time of n.
+# The run with the median wall time of n; outputs of the previous run are removed first,
+# outside the timing, so no tool pays for deleting or overwriting a large file.
 measure() {
   local n=$1
   shift
-  for _ in $(seq "$n"); do measure_once "$@"; done | sort -n | awk '{line[NR] = $0} END {print line[int((NR + 1) / 2)]}'
+  for _ in $(seq "$n"); do
+    rm -rf "$work/out" "$work"/*.wav
+    measure_once "$@"
+  done | sort -n | awk '{line[NR] = $0} END {print line[int((NR + 1) / 2)]}'
 }
 
 # --stereo: the other tools are told the layout too, so all do the same work.
-run_sd2wav() { rm -rf "$work/out"; "$sd2wav" convert --stereo --rate 48000 --depth 24 -o "$work/out" "$@" "$input"; }
+run_sd2wav() { "$sd2wav" convert --stereo --rate 48000 --depth 24 -o "$work/out" "$@" "$input"; }
 run_sox() { sox -t raw -r 44100 -e signed -b 16 -B -c 2 "$input" -b 24 "$work/sox.wav" rate -v 48000; }
 run_ffmpeg() {
   ffmpeg -v error -nostdin -y -f s16be -ar 44100 -ac 2 -i "$input" \

@@ -50,7 +50,9 @@ template <class Prepare, class Work, class Finish>
 Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare, Work work, Finish finish)
 {
     std::mutex mutex;
-    std::condition_variable changed;
+    // Two signals, so that each change wakes only the threads it concerns: a prepared block
+    // (or the end) wakes the channels' threads, a worked one wakes this thread.
+    std::condition_variable blockReady, blockWorked;
     std::int64_t prepared = 0, finished = 0;
     std::vector<std::int64_t> done(static_cast<std::size_t>(channels), 0);
     bool workFailed = false, stopping = false;
@@ -59,7 +61,7 @@ Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare,
     // Declared before the threads: on every way out the threads are told to stop, then joined.
     struct Stop {
         std::mutex& mutex;
-        std::condition_variable& changed;
+        std::condition_variable& blockReady;
         bool& stopping;
         ~Stop()
         {
@@ -67,17 +69,17 @@ Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare,
                 std::lock_guard lock(mutex);
                 stopping = true;
             }
-            changed.notify_all();
+            blockReady.notify_all();
         }
     };
     std::vector<std::jthread> threads;
-    const Stop stop{mutex, changed, stopping};
+    const Stop stop{mutex, blockReady, stopping};
     for (std::int64_t c = 0; c < channels; ++c)
         threads.emplace_back([&, c] {
             for (std::int64_t k = 0; k < rounds; ++k) {
                 {
                     std::unique_lock lock(mutex);
-                    changed.wait(lock, [&] { return stopping || prepared > k; });
+                    blockReady.wait(lock, [&] { return stopping || prepared > k; });
                     if (stopping)
                         return;
                 }
@@ -91,7 +93,7 @@ Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare,
                     done[static_cast<std::size_t>(c)] = k + 1;
                     workFailed = workFailed || !ok;
                 }
-                changed.notify_all();
+                blockWorked.notify_one();
                 if (!ok)
                     return;
             }
@@ -101,7 +103,7 @@ Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare,
         bool canPrepare = false, canFinish = false;
         {
             std::unique_lock lock(mutex);
-            changed.wait(lock, [&] {
+            blockWorked.wait(lock, [&] {
                 canPrepare = prepared < rounds && finished > prepared - kSlots;
                 canFinish = allDone() > finished;
                 return workFailed || canPrepare || canFinish;
@@ -116,15 +118,12 @@ Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare,
                 std::lock_guard lock(mutex);
                 ++prepared;
             }
-            changed.notify_all();
+            blockReady.notify_all();
         }
         if (canFinish) {
             finish(finished, slotOf(finished));
-            {
-                std::lock_guard lock(mutex);
-                ++finished;
-            }
-            changed.notify_all();
+            std::lock_guard lock(mutex);
+            ++finished;
         }
     }
     return Failed::nothing;
