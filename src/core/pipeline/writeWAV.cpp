@@ -68,9 +68,10 @@ void packBlock(std::span<const float* const> channels, std::int64_t start, std::
         for (std::int64_t i = 0; i < count; ++i)
             q[i] = quantise<Depth>(in[i]);
     }
+    const std::int32_t* const quantised = scratch.data(); // a local: byte stores may alias the vector
     for (std::int64_t i = 0; i < count; ++i)
         for (std::int64_t c = 0; c < width; ++c) {
-            const auto v = static_cast<std::uint32_t>(scratch[static_cast<std::size_t>(c * count + i)]);
+            const auto v = static_cast<std::uint32_t>(quantised[c * count + i]);
             if constexpr (std::endian::native == std::endian::little) {
                 std::memcpy(out, &v, sizeof v);
             } else {
