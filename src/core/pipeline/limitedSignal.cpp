@@ -36,7 +36,7 @@ void LimitedSignal::read(std::int64_t frames, float* const* out)
     for (std::int64_t k = 0; k < frames; ++k, ++next_) {
         const std::int64_t i = next_;
         const std::size_t mask = window_.size() - 1;
-        const auto at = [&](std::size_t k) -> Pending& { return window_[(front_ + k) & mask]; };
+        const auto at = [&](std::size_t j) -> Pending& { return window_[(front_ + j) & mask]; };
         for (const std::int64_t last = std::min(i + lookahead_, n - 1); seen_ <= last; ++seen_) {
             const float need = required(seen_);
             while (size_ > 0 && at(size_ - 1).need >= need)
