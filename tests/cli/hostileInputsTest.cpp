@@ -4,9 +4,13 @@
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
+#include <sndfile.h>
 
+#include <cmath>
 #include <csignal>
+#include <fstream>
 #include <functional>
+#include <numbers>
 #include <sstream>
 
 #include <fcntl.h>
@@ -153,6 +157,49 @@ TEST_F(Hostile, FullDiskLeavesNoFileBehind)
     EXPECT_EQ(r.exitCode, 1) << r.out;
     EXPECT_NE(r.out.find("a.sd2  Choked: couldn't "), std::string::npos) << r.out;
     EXPECT_TRUE(fs::is_empty(dir / "out")) << "no partial file may stay behind";
+}
+
+TEST_F(Hostile, ConvertsAudioLargerThanItsMemoryLimit)
+{
+    // 128 MiB of 16-bit mono at 44.1 kHz is 256 MiB as floats (279 MiB at 48 kHz), more than
+    // the whole address space allowed here, which must also hold the mapped source, the
+    // libraries and the threads' stacks.
+    constexpr std::int64_t frames = std::int64_t{64} << 20;
+    constexpr std::int64_t limitKiB = 240 << 10;
+    static_assert(frames * 4 / 1024 > limitKiB);
+    constexpr double period = 100.0, amplitude = 20000.0;
+    {
+        const auto cycle = test::encode(test::sine(100, period, amplitude), SourceFormat::s16be);
+        std::ofstream out(dir / "long.sd2", std::ios::binary);
+        for (std::int64_t at = 0; at < frames; at += 100)
+            out.write(reinterpret_cast<const char*>(cycle.data()),
+                      static_cast<std::streamsize>(std::min<std::int64_t>(100, frames - at) * 2));
+    }
+    const Result r = sh("ulimit -v " + std::to_string(limitKiB) +
+                        " && $S convert -j 1 --mono --channels preserve --rate 48000 --depth 16 -o out long.sd2");
+    ASSERT_EQ(r.exitCode, 0) << r.out;
+
+    // Every frame is there, and each is the tone at the new rate to within the rounding.
+    SF_INFO info{};
+    SNDFILE* file = sf_open((dir / "out" / "long_48kHz_16bit_mono.wav").c_str(), SFM_READ, &info);
+    ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
+    EXPECT_EQ(info.frames, frames * 48000 / 44100);
+    EXPECT_EQ(info.samplerate, 48000);
+    EXPECT_EQ(info.channels, 1);
+    std::vector<short> block(1 << 16);
+    double worst = 0;
+    sf_count_t at = 0;
+    for (sf_count_t got; (got = sf_readf_short(file, block.data(), static_cast<sf_count_t>(block.size()))) > 0; at += got)
+        for (sf_count_t i = 0; i < got; ++i) {
+            if (at + i < 1000 || at + i >= info.frames - 1000)
+                continue; // the filter's edges
+            const double t = static_cast<double>(at + i) * 44100.0 / 48000.0;
+            const double ideal = amplitude * std::sin(2 * std::numbers::pi * t / period);
+            worst = std::max(worst, std::abs(block[static_cast<std::size_t>(i)] - ideal));
+        }
+    sf_close(file);
+    EXPECT_EQ(at, info.frames);
+    EXPECT_LT(worst, 2.0) << "largest difference from the ideal tone, in 16-bit steps";
 }
 
 TEST_F(Hostile, KilledMidWriteLeavesOnlyAClearlyNamedPartialFile)

@@ -21,6 +21,8 @@ public:
 
     bool ok() const { return error_.empty(); }
     const std::string& error() const { return error_; }
+    // The file is there, but no address space was left to map it.
+    bool outOfMemory() const { return outOfMemory_; }
     std::span<const std::uint8_t> bytes() const { return {data_, size_}; }
 
 private:
@@ -30,6 +32,7 @@ private:
     const std::uint8_t* data_ = nullptr;
     std::size_t size_ = 0;
     std::string error_;
+    bool outOfMemory_ = false;
 };
 
 // Asks the system to page out a range that has been read through; the contents stay

@@ -49,6 +49,7 @@ MappedFile MappedFile::open(const std::filesystem::path& path)
 
     void* mapped = ::mmap(nullptr, static_cast<std::size_t>(info.st_size), PROT_READ, MAP_PRIVATE, fd.fd, 0);
     if (mapped == MAP_FAILED) {
+        file.outOfMemory_ = errno == ENOMEM;
         file.error_ = std::generic_category().message(errno);
         return file;
     }
@@ -58,7 +59,8 @@ MappedFile MappedFile::open(const std::filesystem::path& path)
 }
 
 MappedFile::MappedFile(MappedFile&& other) noexcept
-    : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)), error_(std::move(other.error_))
+    : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)), error_(std::move(other.error_)),
+      outOfMemory_(other.outOfMemory_)
 {
 }
 
@@ -69,6 +71,7 @@ MappedFile& MappedFile::operator=(MappedFile&& other) noexcept
         data_ = std::exchange(other.data_, nullptr);
         size_ = std::exchange(other.size_, 0);
         error_ = std::move(other.error_);
+        outOfMemory_ = other.outOfMemory_;
     }
     return *this;
 }

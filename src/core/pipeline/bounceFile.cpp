@@ -113,6 +113,8 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     result.format = settings.sourceFormat.fixedFormat().value_or(item.detectedFormat());
 
     const MappedFile file = MappedFile::open(item.path);
+    if (file.outOfMemory())
+        throw std::bad_alloc(); // reported as any other shortage of memory
     if (!file.ok()) {
         result.status = "Couldn't read the file";
         result.reason = file.error();

@@ -6,11 +6,11 @@
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
 #include "core/io/splitStereo.hpp"
-#include "core/pipeline/convertOneNative.hpp"
-#include "core/pipeline/decodePair.hpp"
+#include "core/pipeline/convertInBlocks.hpp"
 #include "core/pipeline/staticCheck.hpp"
 
 #include <charconv>
+#include <new>
 
 namespace quorvel {
 
@@ -34,6 +34,8 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     result.sourceChannels = 2;
     const MappedFile files[2] = {MappedFile::open(item.path), MappedFile::open(*item.right)};
     for (const MappedFile& file : files) {
+        if (file.outOfMemory())
+            throw std::bad_alloc(); // bounceFile reports it as any other shortage of memory
         if (!file.ok()) {
             result.status = "Couldn't read the file";
             result.reason = file.error();
@@ -91,8 +93,8 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     const std::filesystem::path to =
         observer.chooseOutput(settings.outputFolder, stem, settings.targetRate, settings.depth, result.outputChannels);
     const ConversionResult converted =
-        convertDecoded(decodePairToBuffer(left, right, result.format, sourceRate), to, settings.targetRate,
-                       result.outputChannels, settings.depth, settings.normalize);
+        convertPairInBlocks(left, right, to, result.format, sourceRate, settings.targetRate, result.outputChannels,
+                            settings.depth, settings.normalize);
     result.ok = converted.ok;
     if (!converted.ok) {
         result.status = chokedStatus(converted.error);

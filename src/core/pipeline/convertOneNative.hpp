@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/detection/decodeSample.hpp"
-#include "core/pipeline/PcmBuffer.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -15,13 +14,16 @@ struct ConversionResult {
     std::filesystem::path written;   // where the file landed: `to`, or the next free name if `to` was taken meanwhile
 };
 
-// Decode, resample, map channels, optionally normalise to −14 LUFS / −1 dBTP, write.
+// Decode, resample, map channels, optionally normalise to −14 LUFS / −1 dBTP, write; block
+// by block (convertInBlocks), so memory does not grow with the file.
 ConversionResult convertOneNative(ByteView data, const std::filesystem::path& to, SourceFormat format,
                                   std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                   std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
 
-// The same from audio already decoded (a split-stereo pair's two halves, joined).
-ConversionResult convertDecoded(PcmBufferPtr decoded, const std::filesystem::path& to, std::int64_t targetRate,
-                                std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
+// The same conversion with every stage over the whole file at once: the reference the
+// block-by-block conversion must match byte for byte. Memory grows with the file.
+ConversionResult convertWholeBuffer(ByteView data, const std::filesystem::path& to, SourceFormat format,
+                                    std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
+                                    std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
 
 } // namespace quorvel

@@ -1,5 +1,7 @@
 #include "core/pipeline/loudness.hpp"
+#include "core/pipeline/biquad.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -9,27 +11,10 @@ namespace quorvel {
 
 namespace {
 
-// Direct form I from zero state.
-class Biquad {
-public:
-    Biquad(const std::array<double, 3>& b, const std::array<double, 3>& a) : b_(b), a_(a) {}
-    double operator()(double x)
-    {
-        const double y = b_[0] * x + b_[1] * x1_ + b_[2] * x2_ - a_[1] * y1_ - a_[2] * y2_;
-        x2_ = x1_;
-        x1_ = x;
-        y2_ = y1_;
-        y1_ = y;
-        return y;
-    }
-
-private:
-    std::array<double, 3> b_, a_;
-    double x1_ = 0, x2_ = 0, y1_ = 0, y2_ = 0;
-};
-
 // The 1e-12 keeps silent blocks finite (−120.691); they still fall to the absolute gate.
 double loudnessOf(double power) { return -0.691 + 10.0 * std::log10(power + 1e-12); }
+
+constexpr double kUnmeasurable = -std::numeric_limits<double>::infinity();
 
 } // namespace
 
@@ -53,42 +38,10 @@ KWeighting kWeightCoeffs(double sampleRate)
     return k;
 }
 
-double integratedLUFS(const PcmBuffer& buffer)
+namespace {
+
+double gatedLoudness(const std::vector<double>& power)
 {
-    constexpr double kUnmeasurable = -std::numeric_limits<double>::infinity();
-    const double fs = buffer.sampleRate();
-    const std::int64_t n = buffer.frameLength();
-    const std::int64_t blockLen = std::llround(fs * 0.4);
-    const std::int64_t hop = std::llround(fs * 0.1);
-    if (blockLen < 1 || hop < 1 || n < blockLen)
-        return kUnmeasurable;
-
-    const std::int64_t blockCount = (n - blockLen) / hop + 1;
-    const KWeighting k = kWeightCoeffs(fs);
-    std::vector<double> power(static_cast<std::size_t>(blockCount), 0.0);
-    // The filtered signal is kept only for the block being summed, so memory stays at one
-    // block whatever the buffer's length; each block's sum runs in ascending order.
-    std::vector<double> recent(static_cast<std::size_t>(blockLen));
-    for (std::int64_t c = 0; c < buffer.channelCount(); ++c) {
-        Biquad shelf(k.b1, k.a1), highPass(k.b2, k.a2);
-        const float* x = buffer.channel(c);
-        std::int64_t block = 0, slot = 0;
-        for (std::int64_t i = 0; block < blockCount; ++i) {
-            recent[static_cast<std::size_t>(slot)] = highPass(shelf(static_cast<double>(x[i])));
-            slot = slot + 1 == blockLen ? 0 : slot + 1;
-            if (i != block * hop + blockLen - 1)
-                continue;
-            // The ring is full and `slot` is where this block starts.
-            double sum = 0;
-            for (std::int64_t j = slot; j < blockLen; ++j)
-                sum += recent[static_cast<std::size_t>(j)] * recent[static_cast<std::size_t>(j)];
-            for (std::int64_t j = 0; j < slot; ++j)
-                sum += recent[static_cast<std::size_t>(j)] * recent[static_cast<std::size_t>(j)];
-            power[static_cast<std::size_t>(block)] += sum / static_cast<double>(blockLen);
-            ++block;
-        }
-    }
-
     double absSum = 0;
     std::int64_t absCount = 0;
     for (double p : power)
@@ -111,6 +64,120 @@ double integratedLUFS(const PcmBuffer& buffer)
         }
     }
     return loudnessOf(relSum / static_cast<double>(relCount));
+}
+
+} // namespace
+
+LoudnessMeter::LoudnessMeter(double sampleRate, std::int64_t channels, std::int64_t frames)
+    : k_(kWeightCoeffs(sampleRate)), blockLen_(std::llround(sampleRate * 0.4)), hop_(std::llround(sampleRate * 0.1))
+{
+    if (blockLen_ < 1 || hop_ < 1 || frames < blockLen_)
+        return; // unmeasurable: no channel state, nothing is summed
+    blockCount_ = (frames - blockLen_) / hop_ + 1;
+    const std::int64_t open = blockLen_ / hop_ + 2; // blocks that can overlap one sample, and one spare
+    for (std::int64_t c = 0; c < channels; ++c)
+        channels_.push_back({Biquad(k_.b1, k_.a1), Biquad(k_.b2, k_.a2),
+                             std::vector<double>(static_cast<std::size_t>(open), 0.0),
+                             std::vector<double>(static_cast<std::size_t>(blockCount_), 0.0), {}});
+}
+
+namespace {
+
+// Adds squares[0 … n) in order to K sums held in registers, so the K chains of additions
+// run side by side instead of waiting on each other.
+template <int K>
+void accumulate(double* const* sums, const double* squares, std::int64_t n)
+{
+    double a[K];
+    for (int t = 0; t < K; ++t)
+        a[t] = *sums[t];
+    for (std::int64_t i = 0; i < n; ++i)
+        for (int t = 0; t < K; ++t)
+            a[t] += squares[i];
+    for (int t = 0; t < K; ++t)
+        *sums[t] = a[t];
+}
+
+} // namespace
+
+void LoudnessMeter::add(std::int64_t channel, const float* x, std::int64_t frames)
+{
+    constexpr std::int64_t kPiece = 4096; // filtered samples held at a time
+    if (channels_.empty())
+        return; // unmeasurable
+    for (std::int64_t at = 0; at < frames; at += kPiece)
+        addPiece(channels_[static_cast<std::size_t>(channel)], x + at, std::min(kPiece, frames - at));
+}
+
+void LoudnessMeter::addPiece(Channel& ch, const float* x, std::int64_t frames)
+{
+    if (ch.closed == blockCount_)
+        return;
+    ch.squares.resize(static_cast<std::size_t>(frames));
+    // Local copies of the filters keep their state in registers.
+    Biquad shelf = ch.shelf, highPass = ch.highPass;
+    for (std::int64_t i = 0; i < frames; ++i) {
+        const double y = highPass(shelf(static_cast<double>(x[i])));
+        ch.squares[static_cast<std::size_t>(i)] = y * y;
+    }
+    ch.shelf = shelf;
+    ch.highPass = highPass;
+
+    // Each block open at a sample has a sum of its own, fed in ascending order from 0: the
+    // very sum of the block's squares taken when it closes, without keeping the signal.
+    // Between two openings or closings the same blocks are open, so they are fed together.
+    const auto slots = static_cast<std::int64_t>(ch.sums.size());
+    std::int64_t i = 0;
+    while (i < frames && ch.closed < blockCount_) {
+        const std::int64_t nextOpen = ch.opened < blockCount_ ? ch.opened * hop_ : std::numeric_limits<std::int64_t>::max();
+        if (ch.position == nextOpen) {
+            ch.sums[static_cast<std::size_t>(ch.opened % slots)] = 0.0;
+            ++ch.opened;
+            continue;
+        }
+        const std::int64_t closesAfter = ch.closed * hop_ + blockLen_; // one past its last sample
+        const std::int64_t n = std::min({nextOpen, closesAfter, ch.position + (frames - i)}) - ch.position;
+        for (std::int64_t b = ch.closed; b < ch.opened; b += 4) {
+            double* sums[4];
+            const auto k = static_cast<int>(std::min<std::int64_t>(4, ch.opened - b));
+            for (int t = 0; t < k; ++t)
+                sums[t] = &ch.sums[static_cast<std::size_t>((b + t) % slots)];
+            const double* squares = ch.squares.data() + i;
+            switch (k) {
+            case 1: accumulate<1>(sums, squares, n); break;
+            case 2: accumulate<2>(sums, squares, n); break;
+            case 3: accumulate<3>(sums, squares, n); break;
+            default: accumulate<4>(sums, squares, n); break;
+            }
+        }
+        i += n;
+        ch.position += n;
+        if (ch.position == closesAfter) {
+            ch.power[static_cast<std::size_t>(ch.closed)] =
+                ch.sums[static_cast<std::size_t>(ch.closed % slots)] / static_cast<double>(blockLen_);
+            ++ch.closed;
+        }
+    }
+}
+
+double LoudnessMeter::integrated() const
+{
+    if (channels_.empty())
+        return kUnmeasurable;
+    // Channel after channel, as if each had been added to one sum in turn.
+    std::vector<double> power(static_cast<std::size_t>(blockCount_), 0.0);
+    for (const Channel& ch : channels_)
+        for (std::size_t b = 0; b < power.size(); ++b)
+            power[b] += ch.power[b];
+    return gatedLoudness(power);
+}
+
+double integratedLUFS(const PcmBuffer& buffer)
+{
+    LoudnessMeter meter(buffer.sampleRate(), buffer.channelCount(), buffer.frameLength());
+    for (std::int64_t c = 0; c < buffer.channelCount(); ++c)
+        meter.add(c, buffer.channel(c), buffer.frameLength());
+    return meter.integrated();
 }
 
 } // namespace quorvel

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "core/pipeline/PcmBuffer.hpp"
+#include "core/pipeline/biquad.hpp"
 
 #include <array>
+#include <vector>
 
 namespace quorvel {
 
@@ -19,5 +21,30 @@ KWeighting kWeightCoeffs(double sampleRate);
 // 100 ms, gated at −70 LUFS and then 10 LU below the gated level. −infinity for a buffer
 // shorter than one block or one with no block above the absolute gate.
 double integratedLUFS(const PcmBuffer& buffer);
+
+// integratedLUFS over audio that arrives in pieces: each channel's samples in order, the
+// channels independently (from different threads if need be). Gives integratedLUFS's
+// result to the last bit.
+class LoudnessMeter {
+public:
+    // `frames`: the length every channel will have.
+    LoudnessMeter(double sampleRate, std::int64_t channels, std::int64_t frames);
+    void add(std::int64_t channel, const float* samples, std::int64_t frames);
+    double integrated() const;
+
+private:
+    struct Channel {
+        Biquad shelf, highPass;
+        std::vector<double> sums;   // running sums of squares of the open blocks, by block modulo size
+        std::vector<double> power;  // mean square of each closed block
+        std::vector<double> squares; // the filtered samples of the piece being added, squared
+        std::int64_t position = 0, opened = 0, closed = 0;
+    };
+    void addPiece(Channel& channel, const float* samples, std::int64_t frames);
+
+    KWeighting k_;
+    std::int64_t blockLen_, hop_, blockCount_ = 0;
+    std::vector<Channel> channels_;
+};
 
 } // namespace quorvel

@@ -17,28 +17,32 @@ namespace {
 constexpr std::int64_t kBlockFrames = 1 << 16;
 constexpr std::size_t kSoxrHeadroom = std::size_t{16} << 20;
 
+// The one configuration every resampling here uses; nullptr when libsoxr refuses the rates.
+soxr_t makeSoxr(double fromRate, double toRate)
+{
+    // libsoxr leaves some of the allocations it makes while processing unchecked, so a
+    // shortage there would crash. Make sure there is room for them first: a shortage
+    // then fails here, as std::bad_alloc, and the file fails with "not enough memory".
+    void* room = ::operator new(kSoxrHeadroom);
+    static_cast<volatile char*>(room)[0] = 0; // keeps the allocation from being optimised away
+    ::operator delete(room);
+    const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
+    const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_VHQ, 0);
+    const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
+    soxr_error_t error = nullptr;
+    soxr_t soxr = soxr_create(fromRate, toRate, 1, &error, &io, &quality, &runtime);
+    if (error) {
+        soxr_delete(soxr);
+        return nullptr;
+    }
+    return soxr;
+}
+
 // One libsoxr stream over a single channel. Channels are independent, so one stream per
 // channel gives the same audio as one multi-channel stream, and lets them run in parallel.
 class Soxr {
 public:
-    Soxr(double fromRate, double toRate)
-    {
-        // libsoxr leaves some of the allocations it makes while processing unchecked, so a
-        // shortage there would crash. Make sure there is room for them first: a shortage
-        // then fails here, as std::bad_alloc, and the file fails with "not enough memory".
-        void* room = ::operator new(kSoxrHeadroom);
-        static_cast<volatile char*>(room)[0] = 0; // keeps the allocation from being optimised away
-        ::operator delete(room);
-        const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
-        const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_VHQ, 0);
-        const soxr_runtime_spec_t runtime = soxr_runtime_spec(1);
-        soxr_error_t error = nullptr;
-        soxr_ = soxr_create(fromRate, toRate, 1, &error, &io, &quality, &runtime);
-        if (error) {
-            soxr_delete(soxr_);
-            soxr_ = nullptr;
-        }
-    }
+    Soxr(double fromRate, double toRate) : soxr_(makeSoxr(fromRate, toRate)) {}
     ~Soxr() { soxr_delete(soxr_); }
     Soxr(const Soxr&) = delete;
     Soxr& operator=(const Soxr&) = delete;
@@ -152,6 +156,72 @@ bool resampleInBlocks(const PcmBuffer& buffer, std::int64_t toRate, const Resamp
                                    sink(c, block.data(), written);
                            });
     });
+}
+
+struct ResampleStream::State {
+    soxr_t soxr = nullptr;
+    std::int64_t wanted = 0;
+    std::int64_t made = 0;
+    std::vector<float> out;
+
+    ~State() { soxr_delete(soxr); }
+
+    // Hands over what one soxr_process call made, never passing `wanted`.
+    bool step(const float* in, std::int64_t frames, std::int64_t& taken, std::int64_t& written, const Sink& sink)
+    {
+        const std::int64_t room = std::min(kBlockFrames, wanted - made);
+        std::size_t inDone = 0, outDone = 0;
+        if (soxr_process(soxr, in, static_cast<std::size_t>(frames), in ? &inDone : nullptr, out.data(),
+                         static_cast<std::size_t>(room), &outDone))
+            return false;
+        taken = static_cast<std::int64_t>(inDone);
+        written = static_cast<std::int64_t>(outDone);
+        made += written;
+        if (written > 0)
+            sink(out.data(), written);
+        return true;
+    }
+};
+
+ResampleStream::ResampleStream(double fromRate, std::int64_t toRate, std::int64_t inputFrames)
+    : state_(std::make_unique<State>())
+{
+    state_->soxr = makeSoxr(fromRate, static_cast<double>(toRate));
+    state_->wanted = resampledLength(inputFrames, fromRate, toRate);
+    if (state_->soxr)
+        state_->out.resize(static_cast<std::size_t>(kBlockFrames));
+}
+
+ResampleStream::~ResampleStream() = default;
+ResampleStream::ResampleStream(ResampleStream&&) noexcept = default;
+ResampleStream& ResampleStream::operator=(ResampleStream&&) noexcept = default;
+
+ResampleStream::operator bool() const { return state_ && state_->soxr; }
+
+bool ResampleStream::push(const float* samples, std::int64_t frames, const Sink& sink)
+{
+    std::int64_t fed = 0;
+    while (fed < frames && state_->made < state_->wanted) {
+        std::int64_t taken = 0, written = 0;
+        if (!state_->step(samples + fed, std::min(kBlockFrames, frames - fed), taken, written, sink))
+            return false;
+        if (taken == 0 && written == 0)
+            return false; // neither input taken nor output made: it would never finish
+        fed += taken; // output still held inside comes with the next push or the flush
+    }
+    return true;
+}
+
+bool ResampleStream::finish(const Sink& sink)
+{
+    while (state_->made < state_->wanted) {
+        std::int64_t taken = 0, written = 0;
+        if (!state_->step(nullptr, 0, taken, written, sink))
+            return false;
+        if (written == 0)
+            break; // nothing more to give
+    }
+    return true;
 }
 
 } // namespace quorvel

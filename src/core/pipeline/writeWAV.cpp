@@ -5,7 +5,9 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -20,6 +22,17 @@ struct SndfileCloser {
     void operator()(SNDFILE* file) const { sf_close(file); }
 };
 
+// Nearest integer, ties to even: lrintf, in a form the compiler can do eight at a time.
+inline std::int32_t roundToInt(float v)
+{
+#if defined(__has_builtin)
+#if __has_builtin(__builtin_irintf)
+    return __builtin_irintf(v);
+#endif
+#endif
+    return static_cast<std::int32_t>(std::lrintf(v));
+}
+
 // Round to nearest and saturate. Exact for integer-derived input: the scale is a power of
 // two, and at 16 and 24 bits every value involved is exact in single precision.
 template <int Depth>
@@ -33,26 +46,40 @@ inline std::int32_t quantise(float sample)
     } else {
         constexpr float full = static_cast<float>(1 << (Depth - 1));
         const float v = sample * full;
-        const float sane = v == v ? v : 0.0f; // NaN is silence; written as a select, not a branch
-        return static_cast<std::int32_t>(std::lrintf(std::clamp(sane, -full, full - 1.0f)));
+        const float sane = v == v ? v : 0.0f; // NaN is silence
+        return roundToInt(std::min(std::max(sane, -full), full - 1.0f));
     }
 }
 
-// One block of frames as interleaved little-endian bytes, ready for the data chunk.
+// One block of frames as interleaved little-endian bytes, ready for the data chunk: each
+// channel quantised on its own (a loop that vectorises), then the frames laid out, each
+// sample stored as a whole word whose spare high byte the next sample overwrites; the last
+// one lands in the block's slack.
 template <int Depth>
-void packBlock(const PcmBuffer& buffer, std::int64_t start, std::int64_t count, std::uint8_t* out)
+void packBlock(std::span<const float* const> channels, std::int64_t start, std::int64_t count, std::uint8_t* out,
+               std::vector<std::int32_t>& scratch)
 {
     constexpr int bytes = Depth / 8;
-    const std::int64_t channels = buffer.channelCount();
-    for (std::int64_t c = 0; c < channels; ++c) {
-        const float* in = buffer.channel(c) + start;
-        std::uint8_t* o = out + c * bytes;
-        for (std::int64_t i = 0; i < count; ++i, o += channels * bytes) {
-            const auto v = static_cast<std::uint32_t>(quantise<Depth>(in[i]));
-            for (int b = 0; b < bytes; ++b)
-                o[b] = static_cast<std::uint8_t>(v >> (8 * b));
-        }
+    const auto width = static_cast<std::int64_t>(channels.size());
+    scratch.resize(static_cast<std::size_t>(count * width));
+    for (std::int64_t c = 0; c < width; ++c) {
+        const float* in = channels[static_cast<std::size_t>(c)] + start;
+        std::int32_t* q = scratch.data() + c * count;
+        for (std::int64_t i = 0; i < count; ++i)
+            q[i] = quantise<Depth>(in[i]);
     }
+    const std::int32_t* const quantised = scratch.data(); // a local: byte stores may alias the vector
+    for (std::int64_t i = 0; i < count; ++i)
+        for (std::int64_t c = 0; c < width; ++c) {
+            const auto v = static_cast<std::uint32_t>(quantised[c * count + i]);
+            if constexpr (std::endian::native == std::endian::little) {
+                std::memcpy(out, &v, sizeof v);
+            } else {
+                for (int b = 0; b < bytes; ++b)
+                    out[b] = static_cast<std::uint8_t>(v >> (8 * b));
+            }
+            out += bytes;
+        }
 }
 
 int subformat(std::int64_t depth)
@@ -67,47 +94,61 @@ int subformat(std::int64_t depth)
 
 } // namespace
 
-std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::path& to, std::int64_t bitDepth,
-                               ExistingFile existing)
-{
-    const std::int64_t channels = buffer.channelCount();
-    const std::int64_t frames = buffer.frameLength();
-    const std::int64_t dataBytes = frames * channels * (bitDepth / 8);
+struct WavWriter::State {
+    std::filesystem::path to;
+    PartialFile partial;
+    std::unique_ptr<SNDFILE, SndfileCloser> file;
+    std::int64_t depth;
+    std::vector<std::uint8_t> block;
+    std::vector<std::int32_t> quantised;
+};
 
+WavWriter::WavWriter(const std::filesystem::path& to, std::int64_t sampleRate, std::int64_t channels,
+                     std::int64_t frames, std::int64_t bitDepth)
+{
+    const std::int64_t dataBytes = frames * channels * (bitDepth / 8);
     SF_INFO info{};
-    info.samplerate = static_cast<int>(std::llround(buffer.sampleRate()));
+    info.samplerate = static_cast<int>(sampleRate);
     info.channels = static_cast<int>(channels);
     info.format = (dataBytes > kWavDataLimit ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | subformat(bitDepth);
 
     PartialFile partial = PartialFile::create(to);
     if (partial.fd() < 0)
         throw WriteError("couldn't create a file in " + to.parent_path().string() + ": " + partial.error());
+    state_ = std::make_unique<State>(State{to, std::move(partial), nullptr, bitDepth, {}, {}});
+    state_->file.reset(sf_open_fd(state_->partial.fd(), SFM_WRITE, &info, SF_FALSE));
+    if (!state_->file)
+        throw WriteError(std::string("couldn't start the WAV file: ") + sf_strerror(nullptr));
+    state_->block.resize(static_cast<std::size_t>(kBlockFrames * channels * (bitDepth / 8)) + sizeof(std::uint32_t));
+}
 
-    {
-        std::unique_ptr<SNDFILE, SndfileCloser> file(sf_open_fd(partial.fd(), SFM_WRITE, &info, SF_FALSE));
-        if (!file)
-            throw WriteError(std::string("couldn't start the WAV file: ") + sf_strerror(nullptr));
+WavWriter::~WavWriter() = default;
 
-        // libsndfile writes the container; the samples go in as bytes we packed ourselves,
-        // so its own float scaling never touches them.
-        const std::int64_t frameBytes = channels * (bitDepth / 8);
-        std::vector<std::uint8_t> block(static_cast<std::size_t>(kBlockFrames * frameBytes));
-        for (std::int64_t start = 0; start < frames; start += kBlockFrames) {
-            const std::int64_t count = std::min(kBlockFrames, frames - start);
-            switch (bitDepth) {
-            case 16: packBlock<16>(buffer, start, count, block.data()); break;
-            case 24: packBlock<24>(buffer, start, count, block.data()); break;
-            default: packBlock<32>(buffer, start, count, block.data()); break;
-            }
-            const sf_count_t size = count * frameBytes;
-            if (sf_write_raw(file.get(), block.data(), size) != size)
-                throw WriteError(std::string("couldn't write the file: ") + sf_strerror(file.get()));
+void WavWriter::write(std::span<const float* const> channels, std::int64_t frames)
+{
+    // libsndfile writes the container; the samples go in as bytes we packed ourselves,
+    // so its own float scaling never touches them.
+    const std::int64_t frameBytes = static_cast<std::int64_t>(channels.size()) * (state_->depth / 8);
+    for (std::int64_t start = 0; start < frames; start += kBlockFrames) {
+        const std::int64_t count = std::min(kBlockFrames, frames - start);
+        switch (state_->depth) {
+        case 16: packBlock<16>(channels, start, count, state_->block.data(), state_->quantised); break;
+        case 24: packBlock<24>(channels, start, count, state_->block.data(), state_->quantised); break;
+        default: packBlock<32>(channels, start, count, state_->block.data(), state_->quantised); break;
         }
-        // Closing writes the final chunk sizes, which can fail too (a full disk).
-        if (sf_close(file.release()) != 0)
-            throw WriteError(std::string("couldn't finish the file: ") + sf_strerror(nullptr));
+        const sf_count_t size = count * frameBytes;
+        if (sf_write_raw(state_->file.get(), state_->block.data(), size) != size)
+            throw WriteError(std::string("couldn't write the file: ") + sf_strerror(state_->file.get()));
     }
+}
 
+std::filesystem::path WavWriter::finish(ExistingFile existing)
+{
+    const std::filesystem::path& to = state_->to;
+    // Closing writes the final chunk sizes, which can fail too (a full disk).
+    if (sf_close(state_->file.release()) != 0)
+        throw WriteError(std::string("couldn't finish the file: ") + sf_strerror(nullptr));
+    PartialFile& partial = state_->partial;
     if (existing == ExistingFile::replace) {
         if (!partial.publishReplacing(to))
             throw WriteError("couldn't put the file in place: " + partial.error());
@@ -117,6 +158,17 @@ std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::p
     if (written.empty())
         throw WriteError("couldn't put the file in place: " + partial.error());
     return written;
+}
+
+std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::path& to, std::int64_t bitDepth,
+                               ExistingFile existing)
+{
+    WavWriter writer(to, std::llround(buffer.sampleRate()), buffer.channelCount(), buffer.frameLength(), bitDepth);
+    std::vector<const float*> channels;
+    for (std::int64_t c = 0; c < buffer.channelCount(); ++c)
+        channels.push_back(buffer.channel(c));
+    writer.write(channels, buffer.frameLength());
+    return writer.finish(existing);
 }
 
 } // namespace quorvel

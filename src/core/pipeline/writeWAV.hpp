@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <span>
 #include <stdexcept>
 
 namespace quorvel {
@@ -24,5 +26,26 @@ enum class ExistingFile {
 // once complete. Returns the path written; throws WriteError.
 std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::path& to, std::int64_t bitDepth,
                                ExistingFile existing = ExistingFile::keep);
+
+// The same file written block by block: the bytes are writeWAV's for the same samples.
+// `frames` is the length the file will have, known up front since it decides RF64.
+// Everything throws WriteError; a writer dropped before finish() leaves no file.
+class WavWriter {
+public:
+    WavWriter(const std::filesystem::path& to, std::int64_t sampleRate, std::int64_t channels, std::int64_t frames,
+              std::int64_t bitDepth);
+    ~WavWriter();
+    WavWriter(const WavWriter&) = delete;
+    WavWriter& operator=(const WavWriter&) = delete;
+
+    // One float pointer per channel (the same pointer may appear twice), `frames` each.
+    void write(std::span<const float* const> channels, std::int64_t frames);
+    // Completes the file and puts it in place; returns where it landed.
+    std::filesystem::path finish(ExistingFile existing = ExistingFile::keep);
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
 
 } // namespace quorvel
