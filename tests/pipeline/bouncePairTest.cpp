@@ -1,4 +1,5 @@
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/convertOneNative.hpp"
 #include "support/files.hpp"
 #include "support/signals.hpp"
 
@@ -75,6 +76,25 @@ TEST_F(BouncePair, PadsTheShorterHalfWithSilenceAndSaysSo)
     auto padded = r;
     padded.resize(l.size(), 0);
     EXPECT_EQ(samplesOf(result.output).first, test::interleave(l, padded));
+}
+
+TEST_F(BouncePair, StreamsAsTheSameStereoFileWouldConvert)
+{
+    // Past several blocks, resampled, the right half ending in the middle of a block.
+    const auto l = test::sine(100000, 20, 9000), r = test::sine(70001, 33, 12000);
+    settings.targetRate = 48000;
+    settings.depth = 24;
+    const BounceResult pair = bounce(dir.write("Pad.L.sd2", test::encode(l, SourceFormat::s16be)),
+                                     dir.write("Pad.R.sd2", test::encode(r, SourceFormat::s16be)));
+    ASSERT_TRUE(pair.ok) << pair.status;
+
+    auto padded = r;
+    padded.resize(l.size(), 0);
+    const auto stereo = test::encode(test::interleave(l, padded), SourceFormat::s16be);
+    const ConversionResult whole = convertWholeBuffer(stereo, dir / "whole.wav", SourceFormat::s16be, 44100, 2, 48000,
+                                                      2, 24, false);
+    ASSERT_TRUE(whole.ok) << whole.error;
+    EXPECT_EQ(test::slurp(pair.output), test::slurp(whole.written));
 }
 
 TEST_F(BouncePair, RefusesHalvesThatReadDifferentlyUnlessTheFormatIsFixed)
