@@ -7,6 +7,14 @@
 
 namespace quorvel {
 
+namespace {
+void showUnreadable(FileItem& item)
+{
+    item.setStatus(QStringLiteral("Unreadable file"));
+    item.setConfidence(QStringLiteral("—"));
+}
+} // namespace
+
 void ConverterModel::detect(const FileItemPtr& item)
 {
     const SourceFormatChoice choice = sourceFormatChoice_;
@@ -20,10 +28,7 @@ void ConverterModel::detect(const FileItemPtr& item)
         const std::optional<FileDetection> detected =
             file.ok() ? detectSource(item->filePath(), file.bytes(), choice) : std::nullopt;
         if (!detected) {
-            post([item] {
-                item->setStatus(QStringLiteral("Unreadable file"));
-                item->setConfidence(QStringLiteral("—"));
-            });
+            post([item] { showUnreadable(*item); });
             return;
         }
         post([item, found = *detected] {
@@ -42,10 +47,7 @@ void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice 
         std::string unreadable;
         const std::optional<PairDetection> pair = detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable);
         if (!pair) {
-            post([item] {
-                item->setStatus(QStringLiteral("Unreadable file"));
-                item->setConfidence(QStringLiteral("—"));
-            });
+            post([item] { showUnreadable(*item); });
             return;
         }
         post([item, found = *pair] {
