@@ -135,8 +135,27 @@ void checkScore(double score, const char* what, SourceFormat format)
 
 // Checks the scores of `formats` against the exact ones and returns them by format index.
 struct Scores {
-    FormatScores smooth{}, channel{}, peak{};
+    FormatScores smooth{}, channel{}, peak{}, crest{};
 };
+
+// Peak over root mean square of every window's samples (a window counted as often as it
+// is placed), from exact sums.
+double exactCrest(ByteView audio, SourceFormat format)
+{
+    const auto size = static_cast<std::int64_t>(audio.size());
+    const std::int64_t bps = format.bytesPerSample();
+    i128 squares = 0;
+    std::int64_t count = 0, peak = 0;
+    for (double fraction : kSmoothnessWindowFractions) {
+        const std::int64_t from = smoothnessWindowStart(size, fraction) / bps * bps;
+        for (std::int32_t v : decodeAll(audio, format, from, std::min(size, from + kSmoothnessWindowBytes) / bps * bps)) {
+            squares += i128{v} * v;
+            peak = std::max<std::int64_t>(peak, std::abs(static_cast<std::int64_t>(v)));
+            count += 1;
+        }
+    }
+    return squares == 0 ? 0.0 : static_cast<double>(peak) / std::sqrt(static_cast<double>(squares) / static_cast<double>(count));
+}
 
 Scores checkScores(ByteView data, const std::vector<SourceFormat>& formats)
 {
@@ -156,6 +175,7 @@ Scores checkScores(ByteView data, const std::vector<SourceFormat>& formats)
             FUZZ_CHECK(s == -1.0 && c == -1.0, "%s: %lld bytes scored %g / %g, not -1", name.c_str(),
                        static_cast<long long>(data.size()), s, c);
             scores.peak[format.index()] = 1.0; // too short to pass for quiet
+            FUZZ_CHECK(crestFactor(data, format) == 0.0, "%s: too short, yet a crest factor", name.c_str());
             continue;
         }
 
@@ -184,6 +204,10 @@ Scores checkScores(ByteView data, const std::vector<SourceFormat>& formats)
                 scores.peak[format.index()] = std::max(scores.peak[format.index()],
                                                        std::abs(static_cast<double>(v)) / std::ldexp(1.0, 8 * static_cast<int>(bps) - 1));
         }
+        const double crest = crestFactor(data, format), exactC = exactCrest(audio, format);
+        FUZZ_CHECK(near(crest, exactC, kScoreTolerance * std::max(1.0, exactC)), "%s: crest factor %.17g, exact %.17g",
+                   name.c_str(), crest, exactC);
+        scores.crest[format.index()] = crest;
         FUZZ_CHECK(s == bestWindow, "%s: smoothness %.17g is not its best window %.17g", name.c_str(), s, bestWindow);
         FUZZ_CHECK(near(c, bestExactChannel, kScoreTolerance), "%s: channelSmoothness %.17g, exact %.17g (data %s)",
                    name.c_str(), c, bestExactChannel, hexPrefix(data).c_str());
@@ -259,11 +283,27 @@ CheckedFormat checkFormatDetection(ByteView data, const Scores& scores)
         bool quiet = scores.peak[quietest] < kQuietPeakBelow;
         for (std::size_t i = 0; i < 4; ++i)
             quiet = quiet && (i == quietest || scores.peak[quietest] <= kQuietReadingRatio * scores.peak[i]);
-        if (quiet && closeIn(scores.smooth, smoothest, quietest))
+        if (quiet && closeIn(scores.smooth, smoothest, quietest)) {
             winner = quietest;
+            FUZZ_CHECK(!detection.crests.has_value(), "a quiet reading settled it, yet crest factors were read");
+        } else {
+            // Else a reading in contention with twice the crest factor of every other.
+            FUZZ_CHECK(detection.crests == scores.crest, "crest factors read differ from crestFactor");
+            const auto contends = [&](std::size_t i) { return i == smoothest || closeIn(scores.smooth, smoothest, i); };
+            std::size_t peakiest = smoothest;
+            for (std::size_t i = 0; i < 4; ++i)
+                if (contends(i) && scores.crest[i] > scores.crest[peakiest])
+                    peakiest = i;
+            bool peaky = scores.crest[peakiest] > 0.0;
+            for (std::size_t i = 0; i < 4; ++i)
+                peaky = peaky && (i == peakiest || !contends(i) || scores.crest[peakiest] >= kCrestRatio * scores.crest[i]);
+            if (peaky)
+                winner = peakiest;
+        }
         clear = quiet && winner == quietest;
     } else {
         FUZZ_CHECK(!detection.peaks.has_value(), "a clear winner (%g) yet peaks were read", top);
+        FUZZ_CHECK(!detection.crests.has_value(), "a clear winner (%g) yet crest factors were read", top);
     }
     // Unless a quiet reading settled it, the scores that chose must leave no doubt.
     if (!clear || !open)

@@ -108,3 +108,28 @@ TEST(DetectBestFormat, QuietReadingBreaksANearTie)
     // Loud and clear: no peaks are even looked at.
     EXPECT_FALSE(scoreFormats(test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be)).peaks);
 }
+
+// Hi-hat-like bursts of white noise score near zero in every encoding; read the right way
+// their decays make a crest factor far above the evenly loud wrong readings.
+TEST(DetectBestFormat, CrestFactorBreaksAnOpenChoice)
+{
+    // Only candidates in contention count; the winner needs twice every other's crest factor.
+    EXPECT_EQ(crestReading({2.0, 4.0, 1.0, 1.0}, {0.3, 0.3, 0.3, 0.3}, SourceFormat::s16be), SourceFormat::s24be);
+    EXPECT_FALSE(crestReading({2.01, 4.0, 1.0, 1.0}, {0.3, 0.3, 0.3, 0.3}, SourceFormat::s16be));
+    EXPECT_EQ(crestReading({1.0, 9.0, 5.0, 1.0}, {0.9, 0.8, 0.1, 0.1}, SourceFormat::s16be), SourceFormat::s24be)
+        << "a candidate out of contention does not stand in the way";
+    EXPECT_FALSE(crestReading({0.0, 0.0, 0.0, 0.0}, {0.3, 0.3, 0.3, 0.3}, SourceFormat::s16be));
+
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> noise(-1.0, 1.0);
+    for (SourceFormat format : SourceFormat::allCases()) {
+        const double scale = 0.5 * (format.bytesPerSample() == 2 ? 32768 : 8388608);
+        std::vector<std::int32_t> hats(120000);
+        for (std::size_t i = 0; i < hats.size(); ++i)
+            hats[i] = static_cast<std::int32_t>(std::lround(scale * std::exp(-double(i % 6000) / 600) * noise(random)));
+        const FormatDetection found = scoreFormats(test::encode(hats, format));
+        ASSERT_TRUE(found.crests) << format.rawValue();
+        EXPECT_EQ(found.best, format) << format.rawValue();
+        EXPECT_FALSE(clearVerdict(found)) << "a crest factor settles no more than doubt";
+    }
+}

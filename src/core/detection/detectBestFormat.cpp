@@ -38,6 +38,21 @@ std::optional<SourceFormat> quietReading(const FormatScores& peaks)
     return quietest;
 }
 
+std::optional<SourceFormat> crestReading(const FormatScores& crests, const FormatScores& scores, SourceFormat smoothest)
+{
+    const auto contends = [&](SourceFormat c) { return c == smoothest || closeTo(scores, smoothest, c); };
+    std::optional<SourceFormat> peakiest;
+    for (SourceFormat c : SourceFormat::allCases())
+        if (contends(c) && (!peakiest || crests[c.index()] > crests[peakiest->index()]))
+            peakiest = c;
+    if (!(crests[peakiest->index()] > 0.0))
+        return std::nullopt;
+    for (SourceFormat other : SourceFormat::allCases())
+        if (other != *peakiest && contends(other) && !(crests[peakiest->index()] >= kCrestRatio * crests[other.index()]))
+            return std::nullopt;
+    return peakiest;
+}
+
 FormatScores readingPeaks(ByteView data)
 {
     // Loud readings stop at the first loud sample; only when one reading is quiet do the
@@ -92,13 +107,18 @@ FormatDetection scoreFormats(ByteView data)
             result.best = channelBest;
     }
 
-    // A reading far quieter than the others settles a choice the neighbour scores leave
-    // open; a clear verdict stands.
+    // A reading far quieter than the others, or else far peakier, settles a choice the
+    // neighbour scores leave open; a clear verdict stands.
     if (openChoice(result.scores, smoothest)) {
         result.peaks = readingPeaks(audio);
         const std::optional<SourceFormat> quiet = quietReading(*result.peaks);
-        if (quiet && closeTo(result.scores, smoothest, *quiet))
+        if (quiet && closeTo(result.scores, smoothest, *quiet)) {
             result.best = *quiet;
+        } else {
+            result.crests = candidateScores(audio, crestFactor);
+            if (const std::optional<SourceFormat> peaky = crestReading(*result.crests, result.scores, smoothest))
+                result.best = *peaky;
+        }
     }
     return result;
 }

@@ -16,6 +16,7 @@ struct FormatDetection {
     std::optional<FormatScores> channelScores;   // only when the winner scored below the recheck floor
     bool channelsChose = false;                  // the channel scores picked best
     std::optional<FormatScores> peaks;           // readingPeaks, only when the scores left the choice open
+    std::optional<FormatScores> crests;          // crestFactor, only when the peaks did not settle it
 };
 
 // Below this the winner may be wide stereo read in the right encoding, or noise; the
@@ -34,6 +35,13 @@ inline constexpr double kCloseScores = 0.2;
 inline constexpr double kQuietReadingRatio = 0.0316;
 inline constexpr double kQuietPeakBelow = 0.00316;
 
+// Read the right way, audio's loud moments stand far above its average level; read any
+// other way, bytes that vary freely land on top of each sample and the reading is as even
+// as white noise (a crest factor near 1.7). Noise-like material (hi-hats, maracas) scores
+// low and close in every encoding, yet its crest factor still tells the readings apart.
+// One candidate in contention with twice the crest factor of every other takes the choice.
+inline constexpr double kCrestRatio = 2.0;
+
 // Every candidate's windowPeak, read only as far as quietReading needs: exact for the
 // quietest reading when it is quiet, at least the level that matters for the others.
 FormatScores readingPeaks(ByteView data);
@@ -41,6 +49,10 @@ FormatScores readingPeaks(ByteView data);
 // The candidate peaking below kQuietPeakBelow and at most kQuietReadingRatio of every
 // other candidate's peak.
 std::optional<SourceFormat> quietReading(const FormatScores& peaks);
+
+// Among the candidates closeTo `smoothest` in `scores` (and itself), the one whose crest
+// factor is at least kCrestRatio times every other's.
+std::optional<SourceFormat> crestReading(const FormatScores& crests, const FormatScores& scores, SourceFormat smoothest);
 
 // Every candidate scored by `scorer` (smoothness or channelSmoothness).
 FormatScores candidateScores(ByteView data, double (*scorer)(ByteView, SourceFormat));
@@ -59,7 +71,8 @@ bool openChoice(const FormatScores& scores, SourceFormat winner);
 bool clearVerdict(const FormatDetection& detection);
 
 // The smoothest candidate (channel by channel when even it scores low); when the scores
-// leave the choice open, a reading far quieter than the others wins it.
+// leave the choice open, a reading far quieter than the others wins it, or else one with
+// a far higher crest factor.
 FormatDetection scoreFormats(ByteView data);
 
 // The encoding in which the bytes make the smoothest waveform. Always one of the four.

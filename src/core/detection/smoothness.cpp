@@ -93,7 +93,52 @@ std::int64_t peakOf(const std::uint8_t* data, std::int64_t start, std::int64_t e
     return peak;
 }
 
+// Calls fn(start, end) with the whole samples of each window smoothness scores.
+template <class Fn>
+void forEachWindow(ByteView audio, std::int64_t bps, Fn&& fn)
+{
+    const auto size = static_cast<std::int64_t>(audio.size());
+    for (double fraction : kSmoothnessWindowFractions) {
+        const std::int64_t start = smoothnessWindowStart(size, fraction) / bps * bps;
+        fn(start, std::min(size, start + kSmoothnessWindowBytes) / bps * bps);
+    }
+}
+
+// Peak and sum of squares, added to `level`, of the whole samples of [start, end).
+struct Level {
+    std::int64_t peak = 0, count = 0;
+    WideInt squares = 0;
+};
+
+template <SourceFormat::Case F>
+void addLevel(const std::uint8_t* data, std::int64_t start, std::int64_t end, Level& level)
+{
+    constexpr std::int64_t bps = SourceFormat{F}.bytesPerSample();
+    for (std::int64_t pos = start; pos + bps <= end; pos += bps) {
+        const std::int64_t v = decodeIntAt<F>(data + pos);
+        level.peak = std::max(level.peak, v < 0 ? -v : v);
+        level.squares += WideInt{v} * v;
+        level.count += 1;
+    }
+}
+
 } // namespace
+
+double crestFactor(ByteView data, SourceFormat format)
+{
+    const std::int64_t bps = format.bytesPerSample();
+    if (static_cast<std::int64_t>(data.size()) < 16 * bps)
+        return 0.0;
+    const ByteView audio = audiblePart(data).value_or(data);
+    Level level;
+    forEachWindow(audio, bps, [&](std::int64_t start, std::int64_t end) {
+        withFormat(format, [&](auto f) { addLevel<decltype(f)::value>(audio.data(), start, end, level); });
+    });
+    if (level.squares == 0)
+        return 0.0;
+    return static_cast<double>(level.peak) /
+           std::sqrt(static_cast<double>(level.squares) / static_cast<double>(level.count));
+}
 
 double windowPeak(ByteView data, SourceFormat format, double enough)
 {
@@ -101,18 +146,15 @@ double windowPeak(ByteView data, SourceFormat format, double enough)
     if (static_cast<std::int64_t>(data.size()) < 16 * bps)
         return 1.0;
     const ByteView audio = audiblePart(data).value_or(data);
-    const auto size = static_cast<std::int64_t>(audio.size());
     const auto fullScale = static_cast<double>(std::int64_t{1} << (8 * bps - 1));
     // At least one step: a reading of nothing but zeros is read to its end.
     const auto stopAt = std::max<std::int64_t>(1, static_cast<std::int64_t>(std::ceil(std::min(enough, 1.0) * fullScale)));
     std::int64_t peak = 0;
-    for (double fraction : kSmoothnessWindowFractions) {
-        const std::int64_t start = smoothnessWindowStart(size, fraction) / bps * bps;
-        const std::int64_t end = std::min(size, start + kSmoothnessWindowBytes) / bps * bps;
+    forEachWindow(audio, bps, [&](std::int64_t start, std::int64_t end) {
         peak = std::max(peak, withFormat(format, [&](auto f) {
                             return peakOf<decltype(f)::value>(audio.data(), start, end, stopAt);
                         }));
-    }
+    });
     return static_cast<double>(peak) / fullScale;
 }
 

@@ -28,6 +28,10 @@ double smoothness(ByteView data, SourceFormat format);
 // quiet readings need an exact peak.
 double windowPeak(ByteView data, SourceFormat format, double enough = 1.0);
 
+// The largest sample magnitude over the root mean square of the windows smoothness scores;
+// 0.0 for fewer than 16 samples or all-zero windows.
+double crestFactor(ByteView data, SourceFormat format);
+
 // As smoothness, but each sample is correlated with the one two places later: in
 // interleaved stereo that is the same channel's previous sample, so wide stereo whose
 // channels barely relate still scores as smooth in its right encoding.
