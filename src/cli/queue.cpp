@@ -1,6 +1,7 @@
 #include "cli/queue.hpp"
 #include "core/detection/detectSource.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/guardedRead.hpp"
 #include "model/intake.hpp"
 
 #include <algorithm>
@@ -42,7 +43,7 @@ Detection detectPath(const std::string& path, SourceFormatChoice choice)
         return Unreadable{file.error()};
     if (auto found = detectSource(path, file.bytes(), choice))
         return *found;
-    return Unreadable{"the file changed while it was being read"};
+    return Unreadable{std::string(kChangedWhileRead)};
 }
 
 Detection detectQueued(const QueuedSource& source, SourceFormatChoice choice)

@@ -2,6 +2,7 @@
 #include "core/detection/detectSource.hpp"
 #include "core/formats/OutputOptions.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/guardedRead.hpp"
 
 namespace quorvel {
 
@@ -71,7 +72,7 @@ std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, 
             halves[c] = detectSource(*paths[c], file.bytes(), choice);
         if (!halves[c]) {
             unreadable = std::string(c == 0 ? "the L half: " : "the R half: ") +
-                         (file.ok() ? "the file changed while it was being read" : file.error());
+                         (file.ok() ? std::string(kChangedWhileRead) : file.error());
             return std::nullopt;
         }
     }

@@ -28,7 +28,10 @@ std::optional<FileDetection> detectSource(const std::filesystem::path& path, Byt
         return detected;
     }
     const SourceDescription& described = *source.description;
-    return FileDetection{FormatDetection{described.format, scores, std::nullopt, false, std::nullopt}, described.format,
+    FormatDetection format;
+    format.best = described.format;
+    format.scores = scores;
+    return FileDetection{format, described.format,
                          ChannelDetection{described.channels, "file info", 0.0}, metadataStatus(described),
                          std::move(source)};
 }

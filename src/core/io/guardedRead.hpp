@@ -1,8 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <string_view>
 
 namespace quorvel {
+
+// What the user is told when guardedRead comes back false.
+inline constexpr std::string_view kChangedWhileRead = "the file changed while it was being read";
 
 // Runs `read`, which reads memory-mapped file data. If the file shrinks underneath the
 // mapping, touching a page past its new end raises a bus error; here that ends the read

@@ -101,6 +101,13 @@ std::string chokedStatus(const std::string& error)
     return "Choked: " + firstCharacters(std::string_view(error).substr(first, last - first), 80);
 }
 
+BounceResult couldNotRead(BounceResult result, std::string_view reason)
+{
+    result.status = "Couldn't read the file";
+    result.reason = std::string(reason);
+    return result;
+}
+
 namespace {
 
 // The steps of bounceFile; `result` is filled as they go, so a failure thrown from any of
@@ -115,11 +122,8 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     const MappedFile file = MappedFile::open(item.path);
     if (file.outOfMemory())
         throw std::bad_alloc(); // reported as any other shortage of memory
-    if (!file.ok()) {
-        result.status = "Couldn't read the file";
-        result.reason = file.error();
-        return result;
-    }
+    if (!file.ok())
+        return couldNotRead(result, file.error());
 
     // The scores read the mapped file; one that shrank since it was queued fails cleanly.
     double score = 0;
@@ -150,11 +154,8 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
         if (score < kStaticBelow && !wideStereo && data.size() >= kShortestAudio)
             silent = !audiblePart(data);
     });
-    if (!read) {
-        result.status = "Couldn't read the file";
-        result.reason = "the file changed while it was being read";
-        return result;
-    }
+    if (!read)
+        return couldNotRead(result, kChangedWhileRead);
     if (corrected) {
         result.format = *corrected;
         result.autoCorrected = true;

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace quorvel {
 
@@ -60,6 +61,9 @@ struct BounceResult {
 
 // The per-file work of a batch run: the encoding in use and its auto-correction, the
 // static check, channel counts, the analysis line, the output name and the conversion.
+// `result` as a file that could not be read, for `reason`.
+BounceResult couldNotRead(BounceResult result, std::string_view reason);
+
 BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer);
 
 // "Heard " or "Auto-corrected · " + "16-bit big-endian · stereo · 44.1 kHz".

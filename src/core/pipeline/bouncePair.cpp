@@ -36,21 +36,15 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     for (const MappedFile& file : files) {
         if (file.outOfMemory())
             throw std::bad_alloc(); // bounceFile reports it as any other shortage of memory
-        if (!file.ok()) {
-            result.status = "Couldn't read the file";
-            result.reason = file.error();
-            return result;
-        }
+        if (!file.ok())
+            return couldNotRead(result, file.error());
     }
     // The halves are read afresh, so the pair is judged on what is on disk now.
     std::optional<FileDetection> halves[2];
     for (int c = 0; c < 2; ++c) {
         halves[c] = detectSource(c == 0 ? item.path : *item.right, files[c].bytes(), settings.sourceFormat);
-        if (!halves[c]) {
-            result.status = "Couldn't read the file";
-            result.reason = "the file changed while it was being read";
-            return result;
-        }
+        if (!halves[c])
+            return couldNotRead(result, kChangedWhileRead);
     }
     const PairDetection pair = detectPair(*halves[0], *halves[1], settings.sourceFormat);
     const ByteView left = halves[0]->source.audio(files[0].bytes()), right = halves[1]->source.audio(files[1].bytes());
@@ -61,11 +55,8 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
                 scores[c] = smoothness(c == 0 ? left : right, pair.format);
                 audible[c] = audiblePart(c == 0 ? left : right).has_value();
             }
-        })) {
-        result.status = "Couldn't read the file";
-        result.reason = "the file changed while it was being read";
-        return result;
-    }
+        }))
+        return couldNotRead(result, kChangedWhileRead);
     result.format = pair.format;
     if (!pair.agree) {
         result.status = pair.status;
