@@ -180,11 +180,12 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     forEachInOrder(
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
-            // Detect first, as the app does when a file is queued.
-            // A pair's halves are read when it is bounced, so its detection happens there.
-            const Detection detection = sources[i].isPair() ? Detection{Unreadable{}}
-                                                            : detectPath(sources[i].path.string(), settings.sourceFormat);
-            const auto* found = std::get_if<FileDetection>(&detection);
+            // Detect first, as the app does when a file is queued. A pair's halves are read
+            // when it is bounced, so its detection happens there.
+            std::optional<Detection> detection;
+            if (!sources[i].isPair())
+                detection = detectPath(sources[i].path.string(), settings.sourceFormat);
+            const auto* found = detection ? std::get_if<FileDetection>(&*detection) : nullptr;
             const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
             const std::int64_t detectedChannels = found ? found->channels.channels : 2;
             const BounceItem item{
