@@ -3,6 +3,7 @@
 // what the pipeline promises: its length, layout and rate, nothing left beside it, and
 // samples identical to the source when nothing but the container changes.
 #include "check.hpp"
+#include "scratchFolder.hpp"
 #include "convertInput.hpp"
 
 #include "core/detection/detectBestFormat.hpp"
@@ -34,23 +35,10 @@ namespace {
 
 // One scratch folder per process, emptied after every input.
 struct Scratch {
-    fs::path root, input, out;
+    fuzz::ScratchFolder folder{"fuzz-convert"};
+    fs::path input = folder.root / "take.sd2", out = folder.root / "out";
 
-    Scratch()
-    {
-        std::string pattern = (fs::temp_directory_path() / "quorvel-fuzz-convert-XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            std::abort();
-        root = pattern;
-        input = root / "take.sd2";
-        out = root / "out";
-        fs::create_directory(out);
-    }
-    ~Scratch()
-    {
-        std::error_code ignored;
-        fs::remove_all(root, ignored);
-    }
+    Scratch() { fs::create_directory(out); }
 };
 
 Scratch& scratch()

@@ -4,6 +4,7 @@
 // ASan/UBSan, every answer must stay inside the bytes it came from and every trusted
 // description must be one the converter can use.
 #include "check.hpp"
+#include "scratchFolder.hpp"
 
 #include "core/metadata/appleEntries.hpp"
 #include "core/metadata/findFileSource.hpp"
@@ -21,18 +22,6 @@ using namespace quorvel;
 namespace fs = std::filesystem;
 
 namespace {
-
-struct Scratch {
-    fs::path root;
-    Scratch()
-    {
-        std::string pattern = (fs::temp_directory_path() / "quorvel-fuzz-fork-XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            std::abort();
-        root = pattern;
-    }
-    ~Scratch() { fs::remove_all(root); }
-};
 
 void write(const fs::path& path, std::span<const std::uint8_t> bytes)
 {
@@ -67,7 +56,7 @@ bool inside(const ByteRange& r, std::int64_t size) { return r.offset >= 0 && r.l
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static Scratch scratch;
+    static const fuzz::ScratchFolder scratch("fuzz-fork");
     const std::span<const std::uint8_t> bytes(data, size);
     const auto total = static_cast<std::int64_t>(size);
 

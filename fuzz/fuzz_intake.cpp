@@ -4,6 +4,7 @@
 // one file left out, and in the documented order (by name as a file browser sorts, equal
 // names in the order met).
 #include "check.hpp"
+#include "scratchFolder.hpp"
 #include "intakeProgram.hpp"
 
 #include "model/intake.hpp"
@@ -27,27 +28,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// One scratch folder per process, removed at exit.
-struct Scratch {
-    fs::path root;
-
-    Scratch()
-    {
-        std::string pattern = (fs::temp_directory_path() / "quorvel-fuzz-intake-XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            std::abort();
-        root = pattern;
-    }
-    ~Scratch()
-    {
-        std::error_code ignored;
-        fs::remove_all(root, ignored);
-    }
-};
-
 const fs::path& scratchRoot()
 {
-    static Scratch s;
+    static const fuzz::ScratchFolder s("fuzz-intake");
     return s.root;
 }
 
