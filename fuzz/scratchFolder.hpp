@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include <unistd.h>
+#include <stdlib.h> // mkdtemp
 
 namespace quorvel::fuzz {
 
