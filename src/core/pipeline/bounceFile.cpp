@@ -108,6 +108,29 @@ BounceResult couldNotRead(BounceResult result, std::string_view reason)
     return result;
 }
 
+std::int64_t outputChannelsFor(TargetChannels setting, std::int64_t sourceChannels)
+{
+    switch (setting) {
+    case TargetChannels::stereo: return 2;
+    case TargetChannels::mono: return 1;
+    case TargetChannels::preserve: break;
+    }
+    return sourceChannels;
+}
+
+BounceResult withConversion(BounceResult result, const ConversionResult& converted)
+{
+    result.ok = converted.ok;
+    if (converted.ok) {
+        result.output = converted.written;
+        result.status = "Bounced → " + converted.written.filename().string();
+    } else {
+        result.status = chokedStatus(converted.error);
+        result.reason = converted.error;
+    }
+    return result;
+}
+
 namespace {
 
 // The steps of bounceFile; `result` is filled as they go, so a failure thrown from any of
@@ -162,7 +185,7 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
         observer.corrected(*corrected);
     }
     if (score < kStaticBelow && !wideStereo && !silent) {
-        result.status = "Reads as static — try another source format in Advanced";
+        result.status = kReadsAsStatic;
         result.reason = data.size() < kShortestAudio ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
                                              : "the data reads as noise in every encoding";
         return result;
@@ -173,9 +196,7 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     observer.analysed(analysisLine(result.autoCorrected, result.format, result.sourceChannels, sourceRate));
     result.analysed = true;
 
-    result.outputChannels = settings.channels == TargetChannels::stereo ? 2
-                            : settings.channels == TargetChannels::mono ? 1
-                                                                        : result.sourceChannels;
+    result.outputChannels = outputChannelsFor(settings.channels, result.sourceChannels);
     observer.printing(printingTitle(settings, result.outputChannels));
 
     const std::filesystem::path to = observer.chooseOutput(settings.outputFolder, sourceBaseName(item.path, source),
@@ -183,15 +204,7 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     const ConversionResult converted =
         convertOneNative(data, to, result.format, sourceRate, result.sourceChannels, settings.targetRate,
                          result.outputChannels, settings.depth, settings.normalize);
-    result.ok = converted.ok;
-    if (converted.ok) {
-        result.output = converted.written;
-        result.status = "Bounced → " + converted.written.filename().string();
-    } else {
-        result.status = chokedStatus(converted.error);
-        result.reason = converted.error;
-    }
-    return result;
+    return withConversion(std::move(result), converted);
 }
 
 } // namespace

@@ -59,11 +59,10 @@ struct BounceResult {
     bool autoCorrected = false;
 };
 
+struct ConversionResult;
+
 // The per-file work of a batch run: the encoding in use and its auto-correction, the
 // static check, channel counts, the analysis line, the output name and the conversion.
-// `result` as a file that could not be read, for `reason`.
-BounceResult couldNotRead(BounceResult result, std::string_view reason);
-
 BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, BounceObserver& observer);
 
 // "Heard " or "Auto-corrected · " + "16-bit big-endian · stereo · 44.1 kHz".
@@ -71,5 +70,14 @@ std::string analysisLine(bool autoCorrected, SourceFormat format, std::int64_t s
 std::string printingTitle(const BounceSettings& settings, std::int64_t outputChannels);
 // "Choked" or "Choked: " + the error trimmed and cut to 80 characters.
 std::string chokedStatus(const std::string& error);
+
+// The steps bounceFile and bouncePair share.
+inline constexpr std::string_view kReadsAsStatic = "Reads as static — try another source format in Advanced";
+// `result` as a file that could not be read, for `reason`.
+BounceResult couldNotRead(BounceResult result, std::string_view reason);
+// The channels written for `sourceChannels` under the run's setting.
+std::int64_t outputChannelsFor(TargetChannels setting, std::int64_t sourceChannels);
+// `result` finished by the conversion: its output and "Bounced → NAME", or why it choked.
+BounceResult withConversion(BounceResult result, const ConversionResult& converted);
 
 } // namespace quorvel

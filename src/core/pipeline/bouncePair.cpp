@@ -66,7 +66,7 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     // A muted half is silence, not noise.
     for (int c = 0; c < 2; ++c) {
         if (scores[c] < kStaticBelow && audible[c]) {
-            result.status = "Reads as static — try another source format in Advanced";
+            result.status = kReadsAsStatic;
             result.reason = std::string(c == 0 ? "the L" : "the R") + " half reads as noise in " +
                             std::string(result.format.shortText());
             return result;
@@ -76,7 +76,7 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     const std::int64_t sourceRate = pair.rate.value_or(settings.sourceRate);
     observer.analysed(analysisLine(false, result.format, 2, sourceRate));
     result.analysed = true;
-    result.outputChannels = settings.channels == TargetChannels::mono ? 1 : 2;
+    result.outputChannels = outputChannelsFor(settings.channels, 2);
     observer.printing(printingTitle(settings, result.outputChannels));
 
     const auto name = splitStereoName(item.path.filename().string());
@@ -86,14 +86,9 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     const ConversionResult converted =
         convertPairInBlocks(left, right, to, result.format, sourceRate, settings.targetRate, result.outputChannels,
                             settings.depth, settings.normalize);
-    result.ok = converted.ok;
-    if (!converted.ok) {
-        result.status = chokedStatus(converted.error);
-        result.reason = converted.error;
+    result = withConversion(std::move(result), converted);
+    if (!result.ok)
         return result;
-    }
-    result.output = converted.written;
-    result.status = "Bounced → " + converted.written.filename().string();
     const std::int64_t bps = result.format.bytesPerSample();
     const std::int64_t frames[2] = {static_cast<std::int64_t>(left.size()) / bps,
                                     static_cast<std::int64_t>(right.size()) / bps};
