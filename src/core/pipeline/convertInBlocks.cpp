@@ -372,12 +372,13 @@ double loudnessOfPass(const PcmBuffer& audio, float gain, float ceiling, std::op
     return meter.integrated();
 }
 
+float gainOf(double gainDB) { return static_cast<float>(std::pow(10.0, gainDB / 20.0)); }
+
 struct PassGains {
     float gain;
     std::optional<float> trim;
 };
 
-float gainOf(double gainDB) { return static_cast<float>(std::pow(10.0, gainDB / 20.0)); }
 
 // normalize()'s passes, each measured as it streams past, over audio that is never
 // changed: the gain and trim of the pass whose result normalize() would leave, or none
@@ -396,7 +397,7 @@ std::optional<PassGains> normalisationGains(const PcmBuffer& audio)
     const double measured = first.integrated();
     if (!std::isfinite(measured))
         return std::nullopt;
-    const float ceiling = static_cast<float>(std::pow(10.0, kCeilingDBTP / 20.0));
+    const float ceiling = gainOf(kCeilingDBTP);
 
     std::optional<PassGains> last;
     double gainDB = kTargetLUFS - measured;
@@ -421,25 +422,31 @@ ConversionResult failure(Failed failed)
     return {false, failed == Failed::read ? "couldn't read audio" : "resample failed", {}};
 }
 
+// Every block of the source through the channels' threads, each finished block handed to
+// sink(channels, frames) in order.
+template <class Sink>
+Failed streamBlocks(MappedBlocks& blocks, Sink sink)
+{
+    return runPipelined(
+        blocks.workers(), blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
+        [&](std::int64_t c, std::int64_t k, int slot) { return blocks.work(c, k, slot); },
+        [&](std::int64_t, int slot) { blocks.finish(slot, sink); });
+}
+
 ConversionResult normalisedInBlocks(MappedBlocks& blocks, const std::filesystem::path& to, std::int64_t targetRate,
                                     std::int64_t outChannels, std::int64_t targetDepth)
 {
     // The one full-length copy: the resampled audio in the output's channels.
     PcmBufferPtr audio = PcmBuffer::make(static_cast<double>(targetRate), outChannels, blocks.outputFrames());
     if (!audio)
-        return {false, "resample failed", {}};
+        return failure(Failed::resample);
     std::int64_t filled = 0;
-    const Failed failed = runPipelined(
-        blocks.workers(), blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
-        [&](std::int64_t c, std::int64_t k, int slot) { return blocks.work(c, k, slot); },
-        [&](std::int64_t, int slot) {
-            blocks.finish(slot, [&](std::span<const float* const> channels, std::int64_t frames) {
-                const std::int64_t n = std::min(frames, audio->frameCapacity() - filled);
-                for (std::size_t c = 0; c < channels.size(); ++c)
-                    std::copy_n(channels[c], n, audio->channel(static_cast<std::int64_t>(c)) + filled);
-                filled += n;
-            });
-        });
+    const Failed failed = streamBlocks(blocks, [&](std::span<const float* const> channels, std::int64_t frames) {
+        const std::int64_t n = std::min(frames, audio->frameCapacity() - filled);
+        for (std::size_t c = 0; c < channels.size(); ++c)
+            std::copy_n(channels[c], n, audio->channel(static_cast<std::int64_t>(c)) + filled);
+        filled += n;
+    });
     if (failed != Failed::nothing)
         return failure(failed);
     audio->setFrameLength(filled);
@@ -454,7 +461,7 @@ ConversionResult normalisedInBlocks(MappedBlocks& blocks, const std::filesystem:
             writer.write(channels, audio->frameLength());
             return {true, {}, writer.finish()};
         }
-        const float ceiling = static_cast<float>(std::pow(10.0, kCeilingDBTP / 20.0));
+        const float ceiling = gainOf(kCeilingDBTP);
         LimitedBlocks pass(*audio, gains->gain, ceiling, gains->trim);
         runPipelined(
             0, pass.rounds(), [&](std::int64_t k, int slot) { return pass.prepare(k, slot); },
@@ -471,9 +478,9 @@ ConversionResult convert(MappedBlocks& blocks, const std::filesystem::path& to, 
 {
     // The checks come in the whole-buffer stages' order, so a file fails with the same words.
     if (!blocks.readable())
-        return {false, "couldn't read audio", {}};
+        return failure(Failed::read);
     if (!blocks.resamplerReady())
-        return {false, "resample failed", {}};
+        return failure(Failed::resample);
     if (outChannels < 1)
         return {false, "channel map failed", {}};
     if (normalizeLoudness)
@@ -481,14 +488,9 @@ ConversionResult convert(MappedBlocks& blocks, const std::filesystem::path& to, 
 
     try {
         WavWriter writer(to, targetRate, outChannels, blocks.outputFrames(), targetDepth);
-        const Failed failed = runPipelined(
-            blocks.workers(), blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
-            [&](std::int64_t c, std::int64_t k, int slot) { return blocks.work(c, k, slot); },
-            [&](std::int64_t, int slot) {
-                blocks.finish(slot, [&](std::span<const float* const> channels, std::int64_t frames) {
-                    writer.write(channels, frames);
-                });
-            });
+        const Failed failed = streamBlocks(blocks, [&](std::span<const float* const> channels, std::int64_t frames) {
+            writer.write(channels, frames);
+        });
         if (failed != Failed::nothing)
             return failure(failed);
         return {true, {}, writer.finish()};
