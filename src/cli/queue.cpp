@@ -12,14 +12,7 @@ namespace quorvel::cli {
 Queue queuePaths(const std::vector<std::string>& given, bool joinPairs)
 {
     CollectedPaths intake = collectSd2Paths(PathList(given.begin(), given.end()), {});
-    Queue queue;
-    if (joinPairs)
-        queue.sources = joinSplitStereo(intake.paths);
-    else
-        for (auto& path : intake.paths)
-            queue.sources.push_back({std::move(path), std::nullopt});
-    queue.skipped = std::move(intake.skipped);
-    return queue;
+    return {queuedSources(intake, joinPairs), std::move(intake.skipped)};
 }
 
 std::string skippedLine(const SkippedPath& skipped)

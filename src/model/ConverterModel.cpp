@@ -204,9 +204,8 @@ void ConverterModel::addURLs(const QList<QUrl>& urls)
     }
 
     std::vector<FileItemPtr> added;
-    for (const QueuedSource& source : joinSplitStereo(intake.paths))
-        added.push_back(source.isPair() ? std::make_shared<FileItem>(urlForPath(source.path), urlForPath(*source.right))
-                                        : std::make_shared<FileItem>(urlForPath(source.path)));
+    for (const QueuedSource& source : queuedSources(intake, true))
+        added.push_back(std::make_shared<FileItem>(source));
     if (added.empty())
         return;
     items_.append(added);
@@ -250,8 +249,8 @@ void ConverterModel::splitPair(FileItem* item)
     const FileItemPtr pair = find(item);
     if (!pair || !pair->isPair() || pair->state() == FileItem::working)
         return;
-    const std::vector<FileItemPtr> halves{std::make_shared<FileItem>(pair->url()),
-                                          std::make_shared<FileItem>(pair->rightUrl())};
+    const std::vector<FileItemPtr> halves{std::make_shared<FileItem>(QueuedSource{pair->filePath(), {}, pair->root()}),
+                                          std::make_shared<FileItem>(QueuedSource{*pair->rightFilePath(), {}, pair->root()})};
     items_.replace(pair.get(), halves);
     for (const FileItemPtr& half : halves)
         detect(half);

@@ -6,9 +6,14 @@
 
 namespace quorvel {
 
-FileItem::FileItem(const QUrl& url) : FileItem(url, QUrl()) {}
 
-FileItem::FileItem(const QUrl& url, const QUrl& rightUrl) : url_(url), rightUrl_(rightUrl)
+FileItem::FileItem(const QueuedSource& source)
+    : FileItem(urlForPath(source.path), source.right ? urlForPath(*source.right) : QUrl(), source.root)
+{
+}
+
+FileItem::FileItem(const QUrl& url, const QUrl& rightUrl, std::optional<std::filesystem::path> root)
+    : url_(url), rightUrl_(rightUrl), root_(std::move(root))
 {
     for (auto signal : {&FileItem::detectedChannelsChanged, &FileItem::detectedFormatChanged,
                         &FileItem::confidenceChanged, &FileItem::corrChanged, &FileItem::overrideChoiceChanged,

@@ -2,6 +2,7 @@
 
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
+#include "core/io/splitStereo.hpp"
 
 #include <QObject>
 #include <QStringList>
@@ -43,9 +44,11 @@ public:
     enum State { ready, working, done, failed };
     Q_ENUM(State)
 
-    explicit FileItem(const QUrl& url);
-    // A split-stereo pair: `url` is the left half.
-    FileItem(const QUrl& url, const QUrl& rightUrl);
+    // A split-stereo pair has a `rightUrl`, and `url` is its left half.
+    explicit FileItem(const QUrl& url, const QUrl& rightUrl = QUrl(),
+                      std::optional<std::filesystem::path> root = std::nullopt);
+    // A queued file or pair, remembering the folder it was found under.
+    explicit FileItem(const QueuedSource& source);
 
     QUuid id() const { return id_; }
     QString idText() const { return id_.toString(QUuid::WithoutBraces).toUpper(); }
@@ -58,6 +61,8 @@ public:
     QUrl rightUrl() const { return rightUrl_; }
     std::optional<std::filesystem::path> rightFilePath() const;
     QString halves() const; // "Gtr.L.sd2 + Gtr.R.sd2" for a pair, else empty
+    // The folder the file was found under, as given or dropped; none for a file given by itself.
+    const std::optional<std::filesystem::path>& root() const { return root_; }
 
     std::int64_t detectedChannels() const { return detectedChannels_.load(); }
     SourceFormat detectedFormat() const { return static_cast<SourceFormat::Case>(detectedFormat_.load()); }
@@ -104,6 +109,7 @@ private:
     const QUuid id_ = QUuid::createUuid();
     const QUrl url_;
     const QUrl rightUrl_;
+    const std::optional<std::filesystem::path> root_;
     std::atomic<std::int64_t> detectedChannels_{2};
     std::atomic<std::uint8_t> detectedFormat_{SourceFormat::s16be};
     QString confidence_ = QStringLiteral("…");

@@ -14,12 +14,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
+struct Found {
+    fs::path path;
+    std::optional<fs::path> root;
+};
+
 // Pre-order walk, entries in byte order of their names so the result does not depend on
 // the order the file system returns them in. Symlinked folders are listed but not entered,
 // which also keeps symlink loops out. A folder that cannot be read (or not to the end)
 // contributes what it can and is reported. Entry types come from the listing itself, so a
 // folder whose path has grown too long to open is still recognised, and reported.
-void walk(const fs::path& folder, PathList& out, std::vector<SkippedPath>& skipped)
+void walk(const fs::path& folder, std::vector<Found>& out, std::vector<SkippedPath>& skipped, const fs::path& root)
 {
     std::error_code error;
     std::vector<fs::directory_entry> entries;
@@ -30,11 +35,11 @@ void walk(const fs::path& folder, PathList& out, std::vector<SkippedPath>& skipp
     std::sort(entries.begin(), entries.end());
     for (const fs::directory_entry& entry : entries) {
         if (isSd2Candidate(entry.path()))
-            out.push_back(entry.path());
+            out.push_back({entry.path(), root});
         std::error_code typeError;
         const bool symlink = entry.is_symlink(typeError);
         if (!typeError && !symlink && entry.is_directory(typeError))
-            walk(entry.path(), out, skipped);
+            walk(entry.path(), out, skipped, root);
         else if (typeError && !isSd2Candidate(entry.path()))
             skipped.push_back({entry.path(), typeError.message()});
     }
@@ -45,13 +50,13 @@ void walk(const fs::path& folder, PathList& out, std::vector<SkippedPath>& skipp
 CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string>& queued)
 {
     CollectedPaths intake;
-    PathList candidates;
+    std::vector<Found> candidates;
     for (const fs::path& path : given) {
         std::error_code error;
         if (fs::is_directory(fs::status(path, error)))
-            walk(path, candidates, intake.skipped);
+            walk(path, candidates, intake.skipped, path);
         else if (isSd2Candidate(path))
-            candidates.push_back(path);
+            candidates.push_back({path, std::nullopt});
         else if (error)
             intake.skipped.push_back({path, error.message()});
     }
@@ -60,9 +65,12 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
     for (const std::string& path : queued)
         seen.insert(fileIdentity(path));
     PathList fresh;
-    for (fs::path& path : candidates)
-        if (!queued.contains(path.string()) && seen.insert(fileIdentity(path)).second)
-            fresh.push_back(std::move(path));
+    for (Found& found : candidates)
+        if (!queued.contains(found.path.string()) && seen.insert(fileIdentity(found.path)).second) {
+            if (found.root)
+                intake.roots.emplace(found.path, *found.root);
+            fresh.push_back(std::move(found.path));
+        }
 
     // Names are compared as text; the bytes themselves travel untouched beside them.
     struct Named {
@@ -82,6 +90,25 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
     for (Named& n : named)
         intake.paths.push_back(std::move(n.path));
     return intake;
+}
+
+std::optional<fs::path> CollectedPaths::rootOf(const fs::path& path) const
+{
+    const auto found = roots.find(path);
+    return found == roots.end() ? std::nullopt : std::optional<fs::path>(found->second);
+}
+
+std::vector<QueuedSource> queuedSources(const CollectedPaths& intake, bool joinPairs)
+{
+    std::vector<QueuedSource> sources;
+    if (joinPairs)
+        sources = joinSplitStereo(intake.paths);
+    else
+        for (const fs::path& path : intake.paths)
+            sources.push_back({path, std::nullopt});
+    for (QueuedSource& source : sources)
+        source.root = intake.rootOf(source.path);
+    return sources;
 }
 
 // An unset (C) locale would compare code points and put "take 10" before "take 2",

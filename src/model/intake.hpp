@@ -1,9 +1,13 @@
 #pragma once
 
+#include "core/io/splitStereo.hpp"
+
 #include <QCollator>
 #include <QUrl>
 
 #include <filesystem>
+#include <optional>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -22,6 +26,11 @@ struct SkippedPath {
 struct CollectedPaths {
     PathList paths;
     std::vector<SkippedPath> skipped; // in the order met
+    // The folder each path was found under: the folder given or dropped, as it was given.
+    // Paths given by themselves have none.
+    std::map<std::filesystem::path, std::filesystem::path> roots;
+
+    std::optional<std::filesystem::path> rootOf(const std::filesystem::path& path) const;
 };
 
 // Finds the .sd2 files among the given paths, the way a drop or an open-with hands them
@@ -34,6 +43,10 @@ struct CollectedPaths {
 // .sd2 file (reading it later reports it) and skipped otherwise. Paths are kept as the
 // bytes the file system gave, so names that are not valid UTF-8 still reach their files.
 CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string>& queued);
+
+// The collected paths as sources to convert, each with the folder it was found under, and
+// split-stereo halves joined into pairs when `joinPairs` is on.
+std::vector<QueuedSource> queuedSources(const CollectedPaths& intake, bool joinPairs);
 
 // Name order as a file browser lists it: the user's collation, case-insensitive, runs of
 // digits by value ("take 2" before "take 10").

@@ -56,9 +56,14 @@ TEST_F(Intake, TakesEachFileOnceWhateverItsSpelling)
     fs::create_hard_link(take, dir / "hard.sd2");
     fs::create_symlink(take, dir / "soft.sd2");
     const fs::path spelled = dir / "set" / "." / ".." / "set" / "take.sd2";
-    // The first spelling met stays: here the walk of the folder, given first.
-    EXPECT_EQ(collectSd2Paths({dir / "set", take, spelled, dir / "soft.sd2", dir / "hard.sd2"}, {}).paths, PathList{take});
-    EXPECT_EQ(collectSd2Paths({spelled, dir / "set"}, {}).paths, PathList{spelled});
+    // The first spelling met stays, with the folder it was found under: here the walk of the
+    // folder, given first; a file given by itself has none.
+    const CollectedPaths walked = collectSd2Paths({dir / "set", take, spelled, dir / "soft.sd2", dir / "hard.sd2"}, {});
+    EXPECT_EQ(walked.paths, PathList{take});
+    EXPECT_EQ(walked.rootOf(take), dir / "set");
+    const CollectedPaths alone = collectSd2Paths({spelled, dir / "set"}, {});
+    EXPECT_EQ(alone.paths, PathList{spelled});
+    EXPECT_EQ(alone.rootOf(spelled), std::nullopt);
 
     // Already queued, under any spelling, or byte for byte when the queued file is gone.
     EXPECT_TRUE(collectSd2Paths({spelled, dir / "soft.sd2"}, {take.string()}).paths.empty());

@@ -12,6 +12,8 @@ namespace quorvel {
 struct QueuedSource {
     std::filesystem::path path;                // the file, or the left half of a pair
     std::optional<std::filesystem::path> right; // the right half of a pair
+    // The folder it was found under, as given or dropped; none for a file given by itself.
+    std::optional<std::filesystem::path> root = std::nullopt;
 
     bool isPair() const { return right.has_value(); }
     // What the source is shown and named as: the file's stem, or the pair's shared name
