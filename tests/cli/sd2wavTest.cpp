@@ -190,8 +190,8 @@ TEST_F(Sd2wav, ConvertWritesWavFilesThatOtherToolsRead)
     EXPECT_EQ(serial.exitCode, 1) << "the static file fails";
     const auto out = lines(serial.out);
     ASSERT_EQ(out.size(), 3u) << serial.out << serial.err;
-    EXPECT_NE(out[0].find("\"ok\":false,\"status\":\"Reads as static — try another source format in Advanced\""), std::string::npos) << out[0];
-    EXPECT_NE(out[1].find("\"status\":\"Bounced → take_48kHz_24bit_stereo.wav\",\"format\":\"s24le\",\"channels\":2"), std::string::npos) << out[1];
+    EXPECT_NE(out[0].find("\"status\":\"Bounced → take_48kHz_24bit_stereo.wav\",\"format\":\"s24le\",\"channels\":2"), std::string::npos) << out[0];
+    EXPECT_NE(out[1].find("\"ok\":false,\"status\":\"Reads as static — try another source format in Advanced\""), std::string::npos) << out[1];
     EXPECT_NE(out[2].find("\"status\":\"Bounced → take_48kHz_24bit_stereo (2).wav\",\"format\":\"s16be\",\"channels\":1"), std::string::npos) << out[2];
 
     for (const char* name : {"take_48kHz_24bit_stereo.wav", "take_48kHz_24bit_stereo (2).wav"}) {
