@@ -1,13 +1,20 @@
 #include "cli/commands.hpp"
+#include "cli/earlierRun.hpp"
+#include "cli/fileRecord.hpp"
 #include "cli/json.hpp"
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
 #include "cli/report.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/PartialFile.hpp"
+#include "core/io/SyncedLog.hpp"
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/keptTree.hpp"
+#include "core/pipeline/outputFolders.hpp"
 #include "core/pipeline/outputNaming.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -58,44 +65,81 @@ private:
     std::set<fs::path> taken_;
 };
 
-class NamingObserver : public BounceObserver {
+// What the files of a run share: output names in queue order, the kept tree and its folders,
+// and the report being written.
+struct Run {
+    OrderedNames names;
+    std::optional<KeptTree> tree;
+    OutputFolders folders;
+    std::optional<SyncedLog> log;
+    std::atomic<bool> logFailed{false};
+
+    void keep(const std::string& line)
+    {
+        if (log && !logFailed && !log->append(line))
+            logFailed = true;
+    }
+};
+
+// One file's bounce as the run sees it: it names the output in its turn (in the kept tree when
+// asked), and keeps the file's line in the report just before the output appears, so a run
+// killed at any point has a line for every file it left under a final name.
+class FileObserver : public BounceObserver {
 public:
-    NamingObserver(OrderedNames& names, std::size_t index) : names_(names), index_(index) {}
-    ~NamingObserver() override
+    FileObserver(Run& run, std::size_t index, FileRecord record) : run_(run), index_(index), record_(std::move(record)) {}
+    ~FileObserver() override
     {
         if (!named_)
-            names_.pass(index_);
+            run_.names.pass(index_);
     }
 
     fs::path chooseOutput(const fs::path& dir, const std::string& base, std::int64_t rate, std::int64_t depth,
                           std::int64_t channels) override
     {
+        const fs::path folder = run_.tree ? run_.tree->folderFor(record_.source) : dir;
+        if (run_.tree)
+            hold_.emplace(run_.folders.hold(folder)); // throws when it cannot: the file fails with the reason
         named_ = true;
-        return names_.claim(index_, dir, outputStem(base, rate, depth, channels));
+        return run_.names.claim(index_, folder, outputStem(base, rate, depth, channels));
+    }
+
+    bool recordsOutputs() const override { return run_.log.has_value(); }
+    void beforePublishing(const BounceResult& result, std::int64_t bytes) override
+    {
+        record_.result = result;
+        record_.outputBytes = bytes;
+        kept_ = jsonLine(record_);
+        run_.keep(kept_);
+    }
+
+    // The file's line once its bounce is over; kept too, unless the line kept already says it.
+    std::string finished(const BounceResult& result)
+    {
+        std::error_code error;
+        if (result.ok && (result.output != record_.result.output || !record_.outputBytes))
+            record_.outputBytes = static_cast<std::int64_t>(fs::file_size(result.output, error));
+        if (!result.ok || error)
+            record_.outputBytes.reset();
+        record_.result = result;
+        std::string line = jsonLine(record_);
+        if (line != kept_)
+            run_.keep(line);
+        return line;
     }
 
 private:
-    OrderedNames& names_;
+    Run& run_;
     std::size_t index_;
+    FileRecord record_;
     bool named_ = false;
+    std::optional<OutputFolders::Hold> hold_;
+    std::string kept_;
 };
 
-std::string jsonLine(const QueuedSource& source, const BounceResult& r)
-{
-    std::string line = "{\"path\":" + jsonString(source.path.string());
-    if (source.isPair())
-        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
-                jsonString(source.right->string()) + "}";
-    line += ",\"output\":" + (r.ok ? jsonString(r.output.string()) : std::string("null"));
-    line += std::string(",\"ok\":") + (r.ok ? "true" : "false");
-    line += ",\"status\":" + jsonString(r.status);
-    if (!r.ok)
-        line += ",\"error\":" + jsonString(r.reason);
-    line += ",\"format\":" + jsonString(r.format.rawValue());
-    line += ",\"channels\":" + std::to_string(r.sourceChannels);
-    line += std::string(",\"autoCorrected\":") + (r.autoCorrected ? "true" : "false");
-    return line + "}";
-}
+struct Finished {
+    BounceResult result;
+    std::string line;
+};
 
 std::string plainLine(const std::string& path, std::size_t width, const BounceResult& r)
 {
@@ -122,15 +166,41 @@ void drawProgress(std::size_t done, std::size_t total)
     (void)!::write(STDERR_FILENO, line.data(), line.size());
 }
 
-// _sd2_outputs goes beside the first file that can be read: a mistyped path must not
-// grow folders, nor catch the other files' outputs.
-std::optional<fs::path> defaultOutputFolder(const std::vector<QueuedSource>& sources)
+// _sd2_outputs goes beside the first file that can be read: a mistyped path must not grow
+// folders, nor catch the other files' outputs.
+std::optional<QueuedSource> firstReadable(const std::vector<QueuedSource>& sources)
 {
     const auto readable = std::find_if(sources.begin(), sources.end(),
                                        [](const QueuedSource& source) { return MappedFile::open(source.path).ok(); });
     if (readable == sources.end())
         return std::nullopt;
-    return readable->path.parent_path() / "_sd2_outputs";
+    return *readable;
+}
+
+std::string files(std::size_t count) { return std::to_string(count) + (count == 1 ? " file" : " files"); }
+
+BounceResult convertOne(const QueuedSource& source, const ConvertOptions& options, const BounceSettings& settings,
+                        BounceObserver& observer)
+{
+    // Detect first, as the app does when a file is queued. A pair's halves are read when it
+    // is bounced, so its detection happens there.
+    std::optional<Detection> detection;
+    if (!source.isPair())
+        detection = detectPath(source.path.string(), settings.sourceFormat);
+    const auto* found = detection ? std::get_if<FileDetection>(&*detection) : nullptr;
+    const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
+    const std::int64_t detectedChannels = found ? found->channels.channels : 2;
+    const BounceItem item{source.path, [&] { return detected; },
+                          [&]() -> std::int64_t {
+                              switch (options.channelOverride) {
+                              case ChannelOverride::mono: return 1;
+                              case ChannelOverride::stereo: return 2;
+                              case ChannelOverride::automatic: break;
+                              }
+                              return detectedChannels;
+                          },
+                          source.right};
+    return bounceFile(item, settings, observer);
 }
 
 } // namespace
@@ -138,8 +208,6 @@ std::optional<fs::path> defaultOutputFolder(const std::vector<QueuedSource>& sou
 int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err)
 {
     const Queue queue = queuePaths(options.common.paths, options.common.joinPairs);
-    const std::vector<QueuedSource>& sources = queue.sources;
-    const std::vector<std::string> paths = sourceNames(sources);
     Report report(out);
     for (const SkippedPath& skipped : queue.skipped) {
         if (options.common.json)
@@ -150,7 +218,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
             err << skippedLine(skipped) << '\n';
     }
     int status = queue.skipped.empty() ? 0 : 1;
-    if (paths.empty()) {
+    if (queue.sources.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
         return std::max(1, report.finish(err));
     }
@@ -162,55 +230,88 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     settings.depth = options.depth.rawValue();
     settings.channels = options.channels;
     settings.normalize = options.normalize;
-    const std::optional<fs::path> folder =
-        options.outputFolder.empty() ? defaultOutputFolder(sources) : fs::path(options.outputFolder);
-    // With no readable file there is no folder to make: every file fails before writing.
-    settings.outputFolder = folder.value_or(sources.front().path.parent_path() / "_sd2_outputs");
-    if (folder) {
+    // The output folder and the kept tree's names come from the whole queue, so every shard
+    // of it agrees on them. With no readable file there is no folder to make: every file
+    // fails before writing.
+    const std::optional<QueuedSource> first = firstReadable(queue.sources);
+    settings.outputFolder = options.outputFolder.empty()
+                                ? defaultOutputFolder(first.value_or(queue.sources.front()), options.keepTree)
+                                : fs::path(options.outputFolder);
+    Run run;
+    if (options.keepTree)
+        run.tree.emplace(settings.outputFolder, queue.sources);
+
+    const std::string settingsText = settingsJson(options);
+    std::vector<FileRecord> records;
+    for (const QueuedSource& source : queue.sources)
+        if (inShard(source, options.shard))
+            records.push_back(recordBefore(source, settingsText));
+    if (records.empty()) {
+        err << "sd2wav: none of the " << files(queue.sources.size()) << " found falls in shard " << options.shard.k
+            << "/" << options.shard.n << "\n";
+        return std::max(status, report.finish(err));
+    }
+    // What a killed run left half written goes, from every folder this run's files belong in.
+    std::set<fs::path> folders;
+    for (const FileRecord& record : records)
+        folders.insert(run.tree ? run.tree->folderFor(record.source) : settings.outputFolder);
+    for (const fs::path& folder : folders)
+        PartialFile::removeAbandoned(folder);
+
+    if (!options.report.empty()) {
+        const std::string name = printableName(options.report);
+        std::string error;
+        const std::optional<EarlierRun> earlier = EarlierRun::read(options.report, error);
+        if (!earlier) {
+            err << "sd2wav: couldn't read the report " << name << ": " << printableName(error) << "\n";
+            return 1;
+        }
+        const auto done = std::erase_if(records, [&](const FileRecord& record) { return earlier->converted(record); });
+        if (done > 0)
+            err << "sd2wav: skipped " << files(done) << " that " << name << " lists as converted\n";
+        if (records.empty())
+            return std::max(status, report.finish(err));
+        run.log.emplace(options.report);
+        if (!run.log->ok()) {
+            err << "sd2wav: couldn't open the report " << name << ": " << printableName(run.log->error()) << "\n";
+            return 1;
+        }
+    }
+    if (first) {
         std::error_code ignored; // a folder that cannot be made shows up in every file's write error
         fs::create_directories(settings.outputFolder, ignored);
     }
 
+    std::vector<QueuedSource> sources;
+    for (const FileRecord& record : records)
+        sources.push_back(record.source);
+    const std::vector<std::string> paths = sourceNames(sources);
     const std::size_t width = nameColumn(paths);
-
     const bool progress = ::isatty(STDERR_FILENO) == 1;
-    OrderedNames names;
     if (progress)
         drawProgress(0, paths.size());
     forEachInOrder(
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
-            // Detect first, as the app does when a file is queued. A pair's halves are read
-            // when it is bounced, so its detection happens there.
-            std::optional<Detection> detection;
-            if (!sources[i].isPair())
-                detection = detectPath(sources[i].path.string(), settings.sourceFormat);
-            const auto* found = detection ? std::get_if<FileDetection>(&*detection) : nullptr;
-            const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
-            const std::int64_t detectedChannels = found ? found->channels.channels : 2;
-            const BounceItem item{
-                sources[i].path, [&] { return detected; },
-                [&]() -> std::int64_t {
-                    switch (options.channelOverride) {
-                    case ChannelOverride::mono: return 1;
-                    case ChannelOverride::stereo: return 2;
-                    case ChannelOverride::automatic: break;
-                    }
-                    return detectedChannels;
-                },
-                sources[i].right};
-            NamingObserver observer(names, i);
-            return bounceFile(item, settings, observer);
+            FileObserver observer(run, i, records[i]);
+            const BounceResult result = convertOne(sources[i], options, settings, observer);
+            std::string line = observer.finished(result);
+            return Finished{result, std::move(line)};
         },
-        [&](std::size_t i, const BounceResult& result) {
-            if (!result.ok)
+        [&](std::size_t i, const Finished& done) {
+            if (!done.result.ok)
                 status = 1;
             if (progress)
                 drawProgress(paths.size(), paths.size()); // clear the bar before printing over it
-            report.line(options.common.json ? jsonLine(sources[i], result) : plainLine(paths[i], width, result));
+            report.line(options.common.json ? done.line : plainLine(paths[i], width, done.result));
             if (progress && i + 1 < paths.size())
                 drawProgress(i + 1, paths.size());
         });
+    if (run.logFailed) {
+        err << "sd2wav: couldn't write the report " << printableName(options.report) << ": "
+            << printableName(run.log->error()) << "\n";
+        status = 1;
+    }
     return std::max(status, report.finish(err));
 }
 

@@ -13,7 +13,8 @@ constexpr const char* kUsage = R"(usage: sd2wav detect [--source-format auto|s16
        sd2wav convert [--rate 44100|48000|88200|96000] [--depth 16|24|32]
                       [--channels stereo|preserve|mono] [--normalize]
                       [--source-format F] [--source-rate 44100|48000|22050]
-                      [--mono|--stereo] [--no-pairs] [-o DIR] [-j N] [--json] PATH...
+                      [--mono|--stereo] [--no-pairs] [-o DIR] [--keep-tree]
+                      [--report FILE] [--shard K/N] [-j N] [--json] PATH...
        sd2wav demo [FOLDER]
        sd2wav --help
 
@@ -46,14 +47,29 @@ bounces it to WAV.
                                 metadata gives none (default 44100)
              --mono, --stereo   read every file as mono or stereo instead of detecting it
              -o DIR             output folder (default: _sd2_outputs beside the first file)
+             --keep-tree        keep each given folder's structure: OUT/FOLDER/sub/folders/
+                                NAME_48kHz_24bit_stereo.wav (a file given by itself goes
+                                to OUT); given folders of one name become FOLDER,
+                                FOLDER (2) …; OUT defaults to _sd2_outputs beside the
+                                first given folder
+             --report FILE      append each file's JSON line (as --json prints it) to FILE
+                                as soon as the file ends, synced to disk; run again with
+                                the same FILE to skip every file it lists as converted
+                                whose source, settings and output are unchanged
+             --shard K/N        convert only the K-th of N parts of the files found, split
+                                by each file's path below its given folder (by its name
+                                when given by itself): N runs, K = 1…N, convert each file
+                                once, whatever machine or mount point
              -j N               files converted at once (default: number of cores)
              --json             one JSON object per line: path, output, ok, status,
-                                format, channels, autoCorrected (and error)
+                                format, channels, autoCorrected (and error), size and
+                                modified (the source's), outputSize, settings
              --no-pairs         convert NAME.L and NAME.R as two mono files
   demo     Write synthetic music in all four encodings, mono and stereo, to FOLDER
            (default: sd2wav-demo), then detect it. Existing files are left alone.
 
-Exit status: 0 every file was read (detect) or converted (convert), 1 some file failed,
+Exit status: 0 every file was read (detect) or converted (convert, counting those a report
+lists as converted), 1 some file failed,
 a folder could not be opened or the report could not be written, 2 usage error.
 )";
 

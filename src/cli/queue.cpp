@@ -1,7 +1,9 @@
 #include "cli/queue.hpp"
+#include "cli/json.hpp"
 #include "core/detection/detectSource.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
+#include "core/pipeline/keptTree.hpp"
 #include "model/intake.hpp"
 
 #include <algorithm>
@@ -15,10 +17,29 @@ Queue queuePaths(const std::vector<std::string>& given, bool joinPairs)
     return {queuedSources(intake, joinPairs), std::move(intake.skipped)};
 }
 
+bool inShard(const QueuedSource& source, Shard shard)
+{
+    std::uint64_t hash = 0xcbf29ce484222325;
+    for (const char c : pathBelowRoot(source.path, source.root).generic_string()) {
+        hash ^= static_cast<unsigned char>(c);
+        hash *= 0x100000001b3;
+    }
+    return hash % shard.n == shard.k - 1;
+}
+
 std::string skippedLine(const SkippedPath& skipped)
 {
     return "sd2wav: couldn't open " + printableName(skipped.path.string()) + ": " +
            printableName(skipped.reason);
+}
+
+std::string jsonSource(const QueuedSource& source)
+{
+    std::string fields = jsonPath("path", source.path.string());
+    if (source.isPair())
+        fields += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
+                  jsonString(source.right->string()) + "}" + rawPathField("right", source.right->string());
+    return fields;
 }
 
 std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources)

@@ -1,6 +1,7 @@
 // What sd2wav makes of hostile inputs and failing disks: a message naming the file and the
 // reason, no crash, no hang, nothing overwritten, no half file under a final name.
 #include "support/files.hpp"
+#include "support/process.hpp"
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
@@ -55,31 +56,7 @@ protected:
                 return line;
         return "(no line for " + name + " in:\n" + out + ")";
     }
-    // Starts sd2wav in the scratch folder without a shell, stdout on `out` (else /dev/null).
-    pid_t start(const std::vector<std::string>& args, int out = -1) const
-    {
-        std::vector<std::string> words{SD2WAV_PATH};
-        words.insert(words.end(), args.begin(), args.end());
-        std::vector<char*> argv;
-        for (std::string& word : words)
-            argv.push_back(word.data());
-        argv.push_back(nullptr);
-        const pid_t pid = fork();
-        if (pid == 0) {
-            const int null = ::open("/dev/null", O_RDWR);
-            if (::chdir(dir.path().c_str()) != 0 || null < 0)
-                _exit(99);
-            ::dup2(null, STDIN_FILENO);
-            ::dup2(out >= 0 ? out : null, STDOUT_FILENO);
-            ::dup2(null, STDERR_FILENO);
-            // As from a terminal, even when this test runs as a background job (SIGINT ignored).
-            for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
-                ::signal(signal, SIG_DFL);
-            ::execv(argv[0], argv.data());
-            _exit(98);
-        }
-        return pid;
-    }
+    pid_t start(const std::vector<std::string>& args, int out = -1) const { return test::startSd2wav(dir.path(), args, out); }
     static bool partialAppears(const fs::path& folder, const std::string& prefix)
     {
         for (int i = 0; i < 4000; ++i, ::usleep(5000))
@@ -216,10 +193,10 @@ TEST_F(Hostile, KilledMidWriteLeavesOnlyAClearlyNamedPartialFile)
     ASSERT_EQ(left.size(), 1u) << "the write was not caught in the act";
     EXPECT_TRUE(left[0].starts_with("long_96kHz_32bit_stereo.wav.partial-")) << left[0];
 
-    // The next run writes the real file beside it, under the final name.
+    // The next run writes the real file under the final name and takes the abandoned one away.
     const Result again = sh("$S convert --rate 96000 --depth 32 -o out long.sd2");
     EXPECT_EQ(again.exitCode, 0) << again.out;
-    EXPECT_TRUE(fs::exists(dir / "out" / "long_96kHz_32bit_stereo.wav"));
+    EXPECT_EQ(listing(dir / "out"), std::vector<std::string>{"long_96kHz_32bit_stereo.wav"});
 }
 
 TEST_F(Hostile, InterruptedRunsRemoveTheirPartialFiles)

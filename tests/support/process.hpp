@@ -1,0 +1,41 @@
+#pragma once
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace quorvel::test {
+
+// Starts sd2wav in `folder` without a shell, stdout on `out` and stderr on `err` (else
+// /dev/null), and returns its process id.
+inline pid_t startSd2wav(const std::filesystem::path& folder, const std::vector<std::string>& args, int out = -1,
+                         int err = -1)
+{
+    std::vector<std::string> words{SD2WAV_PATH};
+    words.insert(words.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (std::string& word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        const int null = ::open("/dev/null", O_RDWR);
+        if (::chdir(folder.c_str()) != 0 || null < 0)
+            _exit(99);
+        ::dup2(null, STDIN_FILENO);
+        ::dup2(out >= 0 ? out : null, STDOUT_FILENO);
+        ::dup2(err >= 0 ? err : null, STDERR_FILENO);
+        // As from a terminal, even when the test runs as a background job (SIGINT ignored).
+        for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
+            ::signal(signal, SIG_DFL);
+        ::execv(argv[0], argv.data());
+        _exit(98);
+    }
+    return pid;
+}
+
+} // namespace quorvel::test
