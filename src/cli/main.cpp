@@ -51,7 +51,7 @@ bounces it to WAV.
                                 NAME_48kHz_24bit_stereo.wav (a file given by itself goes
                                 to OUT); given folders of one name become FOLDER,
                                 FOLDER (2) …; OUT defaults to _sd2_outputs beside the
-                                first given folder
+                                folder the first file was found under
              --report FILE      append each file's JSON line (as --json prints it) to FILE
                                 as soon as the file ends, synced to disk; run again with
                                 the same FILE to skip every file it lists as converted

@@ -19,11 +19,17 @@ Queue queuePaths(const std::vector<std::string>& given, bool joinPairs)
 
 bool inShard(const QueuedSource& source, Shard shard)
 {
-    std::uint64_t hash = 0xcbf29ce484222325;
+    std::uint64_t hash = 0xcbf29ce484222325; // FNV-1a
     for (const char c : pathBelowRoot(source.path, source.root).generic_string()) {
         hash ^= static_cast<unsigned char>(c);
         hash *= 0x100000001b3;
     }
+    // FNV's low bits follow only the names' low bits; MurmurHash3's finaliser spreads them.
+    hash ^= hash >> 33;
+    hash *= 0xff51afd7ed558ccd;
+    hash ^= hash >> 33;
+    hash *= 0xc4ceb9fe1a85ec53;
+    hash ^= hash >> 33;
     return hash % shard.n == shard.k - 1;
 }
 

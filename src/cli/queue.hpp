@@ -20,9 +20,9 @@ struct Queue {
 };
 Queue queuePaths(const std::vector<std::string>& given, bool joinPairs);
 
-// Whether the source is in the shard: the K-th of N parts by a 64-bit FNV-1a hash of its path
-// below the folder it was found under (its name when given by itself), so every machine and
-// build splits an archive alike, wherever it is mounted.
+// Whether the source is in the shard: the K-th of N parts by a 64-bit hash (FNV-1a, mixed by
+// MurmurHash3's finaliser) of its path below the folder it was found under (its name when
+// given by itself), so every machine and build splits an archive alike, wherever mounted.
 bool inShard(const QueuedSource& source, Shard shard);
 
 // "sd2wav: couldn't open DIR: reason", for standard error.
