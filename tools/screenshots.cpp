@@ -87,7 +87,12 @@ int main(int argc, char* argv[])
     // Through the window system, as a real key press comes, so shortcuts see it.
     const auto press = [&](Qt::Key key) { QTest::keyClick(window, key); };
 
-    const QDir takes(work.path());
+    // A dropped archive: loose takes, and two sessions that each hold a Vox_07.sd2.
+    const QDir takes(work.filePath("Archive"));
+    for (const char* session : {"PT Session 2/Audio Files", "PT Session 10/Audio Files"}) {
+        takes.mkpath(session);
+        writeTake(takes.filePath(QStringLiteral("%1/Vox_07.sd2").arg(session)), quorvel::SourceFormat::s16be, 2, 294);
+    }
     writeTake(takes.filePath("Kick 01.sd2"), quorvel::SourceFormat::s16be, 2, 220);
     writeTake(takes.filePath("Strings take 2.sd2"), quorvel::SourceFormat::s24le, 1, 330);
     writeTake(takes.filePath("Strings take 10.sd2"), quorvel::SourceFormat::s16le, 2, 440);
@@ -107,7 +112,11 @@ int main(int argc, char* argv[])
         {1500, [&] { shot("1-first-launch"); }},
         {0, [&] { press(Qt::Key_Return); }},
         {600, [&] { shot("2-at-rest"); }},
-        {0, [&] { model.addURLs({QUrl::fromLocalFile(work.path())}); model.setShowAdvanced(true); }},
+        {0, [&] {
+             model.addURLs({QUrl::fromLocalFile(takes.path())});
+             model.setShowAdvanced(true);
+             window->resize(window->width(), 1500); // every row on show
+         }},
         {1500, [&] { shot("3-queue"); }},
         {0, [&] { model.setShowAdvanced(false); press(Qt::Key_Return); }},
         {1700, [&] { shot("4-running"); }},

@@ -76,7 +76,7 @@ std::optional<QUrl> ConverterModel::defaultOutDir() const
 {
     if (queue().empty())
         return std::nullopt;
-    return urlForPath(queue().front()->filePath().parent_path() / defaultFolderName);
+    return urlForPath(defaultOutputFolder(queue().front()->source(), keepFolderStructure_));
 }
 
 void ConverterModel::setSourceFormatChoice(SourceFormatChoice choice)
@@ -91,6 +91,10 @@ void ConverterModel::setTargetChannels(TargetChannels channels)
     assign(this, targetChannels_, channels, &ConverterModel::targetChannelsChanged);
 }
 void ConverterModel::setNormalizeLoudness(bool on) { assign(this, normalizeLoudness_, on, &ConverterModel::normalizeLoudnessChanged); }
+void ConverterModel::setKeepFolderStructure(bool on)
+{
+    assign(this, keepFolderStructure_, on, &ConverterModel::keepFolderStructureChanged);
+}
 void ConverterModel::setOutputFolder(const QUrl& folder) { assign(this, outputFolder_, folder, &ConverterModel::outputFolderChanged); }
 void ConverterModel::setShowAdvanced(bool on) { assign(this, showAdvanced_, on, &ConverterModel::showAdvancedChanged); }
 void ConverterModel::setIsConverting(bool on) { assign(this, isConverting_, on, &ConverterModel::isConvertingChanged); }

@@ -1,4 +1,6 @@
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/outputFolders.hpp"
+#include "core/pipeline/outputNaming.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
 
@@ -14,6 +16,7 @@ namespace quorvel {
 struct ConverterModel::BatchSnapshot {
     std::vector<FileItemPtr> pending;
     BounceSettings settings;
+    std::optional<KeptTree> tree; // when the folder structure is kept
 };
 
 namespace {
@@ -32,7 +35,11 @@ QString text(const std::string& s) { return QString::fromStdString(s); }
 // Turns the steps of one file's bounce into posted changes and pauses.
 class ConverterModel::BatchWorker : public BounceObserver {
 public:
-    BatchWorker(ConverterModel& model, FileItemPtr item, double pace) : model_(model), item_(std::move(item)), pace_(pace) {}
+    BatchWorker(ConverterModel& model, FileItemPtr item, double pace, const std::optional<KeptTree>& tree,
+                OutputFolders& folders)
+        : model_(model), item_(std::move(item)), pace_(pace), tree_(tree), folders_(folders)
+    {
+    }
 
     void corrected(SourceFormat format) override
     {
@@ -48,11 +55,23 @@ public:
         model_.post([&model = model_, title = text(title)] { model.setPhaseTitle(title); });
         model_.post([&model = model_, name = item_->fileName()] { model.setPhaseDetail(name); });
     }
+    std::filesystem::path chooseOutput(const std::filesystem::path& dir, const std::string& base, std::int64_t rate,
+                                       std::int64_t depth, std::int64_t channels) override
+    {
+        if (!tree_)
+            return BounceObserver::chooseOutput(dir, base, rate, depth, channels);
+        const std::filesystem::path folder = tree_->folderFor(item_->source());
+        hold_.emplace(folders_.hold(folder)); // throws when it cannot: the file fails with the reason
+        return uniqueOutput(folder, base, rate, depth, channels);
+    }
 
 private:
     ConverterModel& model_;
     FileItemPtr item_;
     double pace_;
+    const std::optional<KeptTree>& tree_;
+    OutputFolders& folders_;
+    std::optional<OutputFolders::Hold> hold_;
 };
 
 void ConverterModel::convertAll()
@@ -87,6 +106,12 @@ void ConverterModel::convertAll()
                          targetChannels_,
                          normalizeLoudness_,
                          folder};
+    if (keepFolderStructure_) {
+        std::vector<QueuedSource> sources;
+        for (const FileItemPtr& item : queue())
+            sources.push_back(item->source());
+        snapshot.tree.emplace(folder, sources);
+    }
     inBackground([this, snapshot = std::move(snapshot)] { runBatch(snapshot); });
 }
 
@@ -95,6 +120,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
     const std::size_t n = snapshot.pending.size();
     const double pace = paceFor(n);
     int failures = 0;
+    OutputFolders folders;
     services_.pause(kBeforeFirstFile);
 
     for (std::size_t i = 0; i < n; ++i) {
@@ -110,7 +136,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
 
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
                                 [&] { return item->sourceChannels(); }, item->rightFilePath()};
-        BatchWorker worker(*this, item, pace);
+        BatchWorker worker(*this, item, pace, snapshot.tree, folders);
         const BounceResult result = bounceFile(source, snapshot.settings, worker);
         if (!result.ok)
             ++failures;

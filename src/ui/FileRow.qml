@@ -84,6 +84,20 @@ Item {
                 elide: Text.ElideRight
                 color: row.done ? Theme.signal : row.item.stateName === "failed" ? Theme.hot : Theme.dim
             }
+            Readout {
+                objectName: "folderLine"
+                width: parent.width
+                visible: text !== ""
+                text: row.item.folder
+                elide: Text.ElideMiddle
+                color: Theme.dim
+                opacity: 0.7
+                HoverHandler {
+                    id: folderHover
+                }
+                ToolTip.visible: folderHover.hovered
+                ToolTip.text: row.item.path
+            }
         }
         Symbol {
             objectName: "listenHint"

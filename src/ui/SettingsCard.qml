@@ -137,6 +137,32 @@ Item {
                 font.pixelSize: Theme.caption
                 color: Theme.dim
             }
+            RowLayout {
+                Layout.fillWidth: true
+                spacing: 12
+                Column {
+                    Text {
+                        text: "Keep folder structure"
+                        font.pixelSize: Theme.callout
+                        font.weight: Font.DemiBold
+                        color: Theme.ink
+                    }
+                    Text {
+                        text: "→ _sd2_outputs/Session/Audio Files/…, as dropped"
+                        font.family: Theme.mono
+                        font.pixelSize: Theme.caption
+                        color: Theme.dim
+                    }
+                }
+                Item {
+                    Layout.fillWidth: true
+                }
+                NeoToggle {
+                    objectName: "keepTreeToggle"
+                    checked: Model.keepFolderStructure
+                    onToggled: Model.keepFolderStructure = !Model.keepFolderStructure
+                }
+            }
         }
     }
 }

@@ -343,6 +343,48 @@ private slots:
         QVERIFY(!prop(root(), "warning")->property("visible").toBool());
     }
 
+    // Two sessions' files of one name: each row says which session, dimmed, with the whole
+    // path on hover; the advanced section's toggle keeps that structure in the output.
+    void rowsFromTwoSessions()
+    {
+        show();
+        const auto tone = test::encode(test::interleave(test::sine(44100, 40, 9000), test::sine(44100, 25, 7000)), SourceFormat::s16be);
+        QStringList paths;
+        for (const char* file : {"A/PT Session 10/Audio Files/Vox_07.sd2", "A/PT Session 2/Audio Files/Vox_07.sd2", "Loose.sd2"})
+            paths << QString::fromStdString(dir.write(file, tone).string());
+        model->addURLs({QUrl::fromLocalFile(QString::fromStdString((dir / "A").string())), QUrl::fromLocalFile(paths[2])});
+        QTRY_VERIFY(model->queue().size() == 3u && model->queue()[2]->confidence() != "…");
+
+        const auto rows = matching(root(), [](QQuickItem* i) { return i->property("item").isValid() && i->isVisible(); });
+        QCOMPARE(rows.size(), 3);
+        const std::tuple<QString, QString, QString> shown[] = {{"Vox_07.sd2", "PT Session 2 › Audio Files", paths[1]},
+                                                               {"Vox_07.sd2", "PT Session 10 › Audio Files", paths[0]},
+                                                               {"Loose.sd2", "", ""}};
+        for (int i = 0; i < 3; ++i) {
+            QQuickItem* line = named(rows[i], "folderLine");
+            QVERIFY(visibleTexts(rows[i]).contains(std::get<0>(shown[i])));
+            QCOMPARE(line->isVisible(), !std::get<1>(shown[i]).isEmpty());
+            QCOMPARE(line->property("text").toString(), std::get<1>(shown[i]));
+            QCOMPARE(line->property("font"), withText(rows[i], model->queue()[i]->status())->property("font"));
+            if (line->isVisible()) {
+                QTest::mouseMove(window.get(), line->mapToScene(line->boundingRect().center()).toPoint());
+                QQuickItem* tip = nullptr;
+                QTRY_VERIFY((tip = withText(window->contentItem(), std::get<2>(shown[i]))) && tip->isVisible());
+            }
+        }
+
+        model->setShowAdvanced(true);
+        click(find("keepTreeToggle"));
+        QVERIFY(model->keepFolderStructure());
+        model->convertAll();
+        QTRY_VERIFY(!model->isConverting());
+        for (const char* output : {"_sd2_outputs/Loose_48kHz_24bit_stereo.wav",
+                                   "_sd2_outputs/A/PT Session 2/Audio Files/Vox_07_48kHz_24bit_stereo.wav",
+                                   "_sd2_outputs/A/PT Session 10/Audio Files/Vox_07_48kHz_24bit_stereo.wav"})
+            QVERIFY2(std::filesystem::exists(dir / output), output);
+        model->setKeepFolderStructure(false);
+    }
+
     void settingsCard()
     {
         show();

@@ -52,7 +52,7 @@ fs::path folderName(const fs::path& folder) { return folderItself(folder).filena
 fs::path defaultOutputFolder(const QueuedSource& first, bool keepTree)
 {
     const fs::path beside = keepTree && first.root ? folderItself(*first.root).parent_path() : first.path.parent_path();
-    return beside / "_sd2_outputs";
+    return beside / kDefaultOutputFolderName;
 }
 
 KeptTree::KeptTree(fs::path out, const std::vector<QueuedSource>& queue) : out_(std::move(out))

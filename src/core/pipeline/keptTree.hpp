@@ -9,6 +9,8 @@
 
 namespace quorvel {
 
+inline constexpr const char* kDefaultOutputFolderName = "_sd2_outputs";
+
 // Where a queued source sits in what the user gave: its path below the folder it was found
 // under ("PT Session 12/Audio Files/Vox.sd2"), or its name when it was given by itself. Order,
 // kept trees and shards all start from it, so none depends on where the archive is mounted.
