@@ -20,25 +20,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Outcome {
-    int exitCode;
-    std::string out, err;
-};
+using test::Outcome;
 
 class Archive : public ::testing::Test {
 protected:
-    // Runs sd2wav in the scratch folder to its end.
-    Outcome run(const std::vector<std::string>& args) const
-    {
-        const fs::path outFile = dir / "stdout", errFile = dir / "stderr";
-        const int out = ::open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        const int err = ::open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        int status = 0;
-        ::waitpid(test::startSd2wav(dir.path(), args, out, err), &status, 0);
-        ::close(out);
-        ::close(err);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, test::slurp(outFile), test::slurp(errFile)};
-    }
+    Outcome run(const std::vector<std::string>& args) const { return test::runSd2wav(dir.path(), args); }
     void take(const std::string& name, int seconds = 1) const
     {
         dir.write(name, test::encode(test::interleave(test::sine(44100 * seconds, 40, 9000),

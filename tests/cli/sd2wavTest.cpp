@@ -1,5 +1,6 @@
 #include "support/files.hpp"
 #include "support/forks.hpp"
+#include "support/process.hpp"
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
@@ -14,10 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Outcome {
-    int exitCode;
-    std::string out, err;
-};
+using test::Outcome;
 
 std::string quoted(const std::string& word)
 {
@@ -34,16 +32,7 @@ std::string quoted(const std::string& word)
 
 class Sd2wav : public ::testing::Test {
 protected:
-    Outcome run(const std::vector<std::string>& args) const
-    {
-        std::string command = quoted(SD2WAV_PATH);
-        for (const auto& a : args)
-            command.append(" ").append(quoted(a));
-        command.append(" >").append(quoted((dir / "out").string()));
-        command.append(" 2>").append(quoted((dir / "err").string())).append(" </dev/null");
-        const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, test::slurp(dir / "out"), test::slurp(dir / "err")};
-    }
+    Outcome run(const std::vector<std::string>& args) const { return test::runSd2wav(dir, args); }
 
     std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) const
     {

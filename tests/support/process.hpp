@@ -1,11 +1,14 @@
 #pragma once
 
+#include "support/files.hpp"
+
 #include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace quorvel::test {
@@ -36,6 +39,24 @@ inline pid_t startSd2wav(const std::filesystem::path& folder, const std::vector<
         _exit(98);
     }
     return pid;
+}
+
+struct Outcome {
+    int exitCode;
+    std::string out, err;
+};
+
+// Runs sd2wav in `folder` to its end; what it prints passes through two files there.
+inline Outcome runSd2wav(const std::filesystem::path& folder, const std::vector<std::string>& args)
+{
+    const std::filesystem::path outFile = folder / "stdout.txt", errFile = folder / "stderr.txt";
+    const int out = ::open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const int err = ::open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    int status = 0;
+    ::waitpid(startSd2wav(folder, args, out, err), &status, 0);
+    ::close(out);
+    ::close(err);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(outFile), slurp(errFile)};
 }
 
 } // namespace quorvel::test

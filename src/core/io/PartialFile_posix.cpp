@@ -1,6 +1,7 @@
 // POSIX implementation of PartialFile, and the signal-time removal of the partial files
 // being written.
 #include "core/io/PartialFile.hpp"
+#include "core/io/writeAll.hpp"
 
 #include <atomic>
 #include <cerrno>
@@ -278,17 +279,8 @@ std::int64_t PartialFile::syncedSize()
 
 bool PartialFile::writeAll(std::span<const std::uint8_t> bytes)
 {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(fd_, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0) {
-            error_ = written < 0 ? lastError() : std::generic_category().message(EIO);
-            return false;
-        }
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-    }
-    return true;
+    error_ = quorvel::writeAll(fd_, bytes);
+    return error_.empty();
 }
 
 void PartialFile::published()

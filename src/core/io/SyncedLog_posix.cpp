@@ -1,4 +1,5 @@
 #include "core/io/SyncedLog.hpp"
+#include "core/io/writeAll.hpp"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -44,17 +45,8 @@ SyncedLog::~SyncedLog()
 
 bool SyncedLog::writeAll(std::string_view bytes)
 {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(fd_, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0) {
-            error_ = written < 0 ? lastError() : std::generic_category().message(EIO);
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
+    error_ = quorvel::writeAll(fd_, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    return error_.empty();
 }
 
 bool SyncedLog::append(std::string_view line)
