@@ -10,7 +10,7 @@
 #include "core/io/SyncedLog.hpp"
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/keptTree.hpp"
-#include "core/pipeline/outputFolders.hpp"
+#include "core/pipeline/treeFolders.hpp"
 #include "core/pipeline/outputNaming.hpp"
 
 #include <algorithm>
@@ -70,7 +70,7 @@ private:
 struct Run {
     OrderedNames names;
     std::optional<KeptTree> tree;
-    OutputFolders folders;
+    TreeFolders folders;
     std::optional<SyncedLog> log;
     std::atomic<bool> logFailed{false};
 
@@ -132,7 +132,7 @@ private:
     std::size_t index_;
     FileRecord record_;
     bool named_ = false;
-    std::optional<OutputFolders::Hold> hold_;
+    std::optional<TreeFolders::Hold> hold_;
     std::string kept_;
 };
 
@@ -235,7 +235,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     // fails before writing.
     const std::optional<QueuedSource> first = firstReadable(queue.sources);
     settings.outputFolder = options.outputFolder.empty()
-                                ? defaultOutputFolder(first.value_or(queue.sources.front()), options.keepTree)
+                                ? defaultOutputLocation(first.value_or(queue.sources.front()), options.keepTree) / "_sd2_outputs"
                                 : fs::path(options.outputFolder);
     Run run;
     if (options.keepTree)

@@ -1,5 +1,6 @@
 #include "model/ConverterModel.hpp"
 #include "core/io/splitStereo.hpp"
+#include "core/pipeline/keptTree.hpp"
 #include "model/intake.hpp"
 
 #include <QDir>
@@ -76,7 +77,7 @@ std::optional<QUrl> ConverterModel::defaultOutDir() const
 {
     if (queue().empty())
         return std::nullopt;
-    return urlForPath(defaultOutputFolder(queue().front()->source(), keepFolderStructure_));
+    return urlForPath(defaultOutputLocation(queue().front()->source(), keepFolderStructure_) / defaultFolderName);
 }
 
 void ConverterModel::setSourceFormatChoice(SourceFormatChoice choice)

@@ -2,7 +2,6 @@
 
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
-#include "core/pipeline/keptTree.hpp"
 #include "model/FileListModel.hpp"
 #include "model/ModelServices.hpp"
 #include "model/handoff.hpp"
@@ -51,7 +50,7 @@ class ConverterModel : public QObject {
     Q_PROPERTY(QVariantList sourceRateOptions READ sourceRateOptions CONSTANT)
 
 public:
-    static constexpr const char* defaultFolderName = kDefaultOutputFolderName;
+    static constexpr const char* defaultFolderName = "_sd2_outputs";
 
     // The process's model, made on first use with the system's services.
     static ConverterModel& shared();

@@ -1,5 +1,6 @@
 #include "core/pipeline/bounceFile.hpp"
-#include "core/pipeline/outputFolders.hpp"
+#include "core/pipeline/keptTree.hpp"
+#include "core/pipeline/treeFolders.hpp"
 #include "core/pipeline/outputNaming.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
@@ -36,7 +37,7 @@ QString text(const std::string& s) { return QString::fromStdString(s); }
 class ConverterModel::BatchWorker : public BounceObserver {
 public:
     BatchWorker(ConverterModel& model, FileItemPtr item, double pace, const std::optional<KeptTree>& tree,
-                OutputFolders& folders)
+                TreeFolders& folders)
         : model_(model), item_(std::move(item)), pace_(pace), tree_(tree), folders_(folders)
     {
     }
@@ -70,8 +71,8 @@ private:
     FileItemPtr item_;
     double pace_;
     const std::optional<KeptTree>& tree_;
-    OutputFolders& folders_;
-    std::optional<OutputFolders::Hold> hold_;
+    TreeFolders& folders_;
+    std::optional<TreeFolders::Hold> hold_;
 };
 
 void ConverterModel::convertAll()
@@ -120,7 +121,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
     const std::size_t n = snapshot.pending.size();
     const double pace = paceFor(n);
     int failures = 0;
-    OutputFolders folders;
+    TreeFolders folders;
     services_.pause(kBeforeFirstFile);
 
     for (std::size_t i = 0; i < n; ++i) {

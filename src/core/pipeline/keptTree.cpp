@@ -49,10 +49,9 @@ fs::path pathBelowRoot(const fs::path& path, const std::optional<fs::path>& root
 
 fs::path folderName(const fs::path& folder) { return folderItself(folder).filename(); }
 
-fs::path defaultOutputFolder(const QueuedSource& first, bool keepTree)
+fs::path defaultOutputLocation(const QueuedSource& first, bool keepTree)
 {
-    const fs::path beside = keepTree && first.root ? folderItself(*first.root).parent_path() : first.path.parent_path();
-    return beside / kDefaultOutputFolderName;
+    return keepTree && first.root ? folderItself(*first.root).parent_path() : first.path.parent_path();
 }
 
 KeptTree::KeptTree(fs::path out, const std::vector<QueuedSource>& queue) : out_(std::move(out))

@@ -9,8 +9,6 @@
 
 namespace quorvel {
 
-inline constexpr const char* kDefaultOutputFolderName = "_sd2_outputs";
-
 // Where a queued source sits in what the user gave: its path below the folder it was found
 // under ("PT Session 12/Audio Files/Vox.sd2"), or its name when it was given by itself. Order,
 // kept trees and shards all start from it, so none depends on where the archive is mounted.
@@ -20,9 +18,10 @@ std::filesystem::path pathBelowRoot(const std::filesystem::path& path, const std
 // or "." given from inside it; empty only for the file system's root.
 std::filesystem::path folderName(const std::filesystem::path& folder);
 
-// The default output folder, _sd2_outputs beside `first`: beside the folder it was found under
-// when the folder structure is kept, else beside the file itself.
-std::filesystem::path defaultOutputFolder(const QueuedSource& first, bool keepTree);
+// Where the default output folder (_sd2_outputs) goes for a run whose first file is `first`:
+// beside the folder it was found under when the folder structure is kept, else beside the
+// file itself.
+std::filesystem::path defaultOutputLocation(const QueuedSource& first, bool keepTree);
 
 // The folders that keep a drop's structure in the output folder OUT: a file found under a given
 // folder goes to OUT/<that folder's name>/<its folders below it>/, a file given by itself to OUT.

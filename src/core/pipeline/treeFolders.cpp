@@ -1,4 +1,4 @@
-#include "core/pipeline/outputFolders.hpp"
+#include "core/pipeline/treeFolders.hpp"
 
 #include <stdexcept>
 #include <vector>
@@ -7,7 +7,7 @@ namespace quorvel {
 
 namespace fs = std::filesystem;
 
-OutputFolders::Hold OutputFolders::hold(const fs::path& folder)
+TreeFolders::Hold TreeFolders::hold(const fs::path& folder)
 {
     const std::lock_guard lock(mutex_);
     std::vector<fs::path> missing;
@@ -33,7 +33,7 @@ OutputFolders::Hold OutputFolders::hold(const fs::path& folder)
     return Hold(this, folder);
 }
 
-void OutputFolders::release(const fs::path& folder)
+void TreeFolders::release(const fs::path& folder)
 {
     const std::lock_guard lock(mutex_);
     if (--holders_[folder] == 0)

@@ -11,7 +11,7 @@ namespace quorvel {
 // The folders of a kept tree, made as a file is about to be written into them and taken away
 // again when that file fails and leaves them empty: a failed file leaves no empty folders
 // behind. Folders that existed before are never removed. Shared by the threads of a run.
-class OutputFolders {
+class TreeFolders {
 public:
     // Keeps a folder from being removed while a file is written into it.
     class Hold {
@@ -25,9 +25,9 @@ public:
         }
 
     private:
-        friend class OutputFolders;
-        Hold(OutputFolders* owner, std::filesystem::path folder) : owner_(owner), folder_(std::move(folder)) {}
-        OutputFolders* owner_;
+        friend class TreeFolders;
+        Hold(TreeFolders* owner, std::filesystem::path folder) : owner_(owner), folder_(std::move(folder)) {}
+        TreeFolders* owner_;
         std::filesystem::path folder_;
     };
 
