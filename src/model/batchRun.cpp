@@ -1,7 +1,7 @@
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/keptTree.hpp"
-#include "core/pipeline/treeFolders.hpp"
 #include "core/pipeline/outputNaming.hpp"
+#include "core/pipeline/treeFolders.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
 

@@ -214,8 +214,8 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     const std::filesystem::path to = observer.chooseOutput(settings.outputFolder, sourceBaseName(item.path, source),
                                                            settings.targetRate, settings.depth, result.outputChannels);
     const ConversionResult converted =
-        convertOneNative(data, outputTarget(to, result, observer), result.format, sourceRate, result.sourceChannels, settings.targetRate,
-                         result.outputChannels, settings.depth, settings.normalize);
+        convertOneNative(data, outputTarget(to, result, observer), result.format, sourceRate, result.sourceChannels,
+                         settings.targetRate, result.outputChannels, settings.depth, settings.normalize);
     return withConversion(std::move(result), converted);
 }
 

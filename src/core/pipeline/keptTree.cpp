@@ -1,6 +1,5 @@
 #include "core/pipeline/keptTree.hpp"
 
-#include <algorithm>
 #include <set>
 #include <string>
 
@@ -32,8 +31,9 @@ fs::path folderItself(const fs::path& folder)
 // by more than that.
 std::string caseFolded(std::string name)
 {
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](unsigned char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : static_cast<char>(c); });
+    for (char& c : name)
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
     return name;
 }
 
