@@ -179,6 +179,32 @@ std::optional<QueuedSource> firstReadable(const std::vector<QueuedSource>& sourc
 
 std::string files(std::size_t count) { return std::to_string(count) + (count == 1 ? " file" : " files"); }
 
+// What a killed run left half written goes, from every folder this run's files belong in.
+void removeAbandonedPartials(const std::vector<FileRecord>& records, const Run& run, const fs::path& out)
+{
+    std::set<fs::path> folders;
+    for (const FileRecord& record : records)
+        folders.insert(run.tree ? run.tree->folderFor(record.source) : out);
+    for (const fs::path& folder : folders)
+        PartialFile::removeAbandoned(folder);
+}
+
+// Leaves out the files the report lists as converted, and says how many. False, with the
+// reason said, when the report cannot be read.
+bool skipConverted(std::vector<FileRecord>& records, const std::string& report, std::ostream& err)
+{
+    std::string error;
+    const std::optional<EarlierRun> earlier = EarlierRun::read(report, error);
+    if (!earlier) {
+        err << "sd2wav: couldn't read the report " << printableName(report) << ": " << printableName(error) << "\n";
+        return false;
+    }
+    const auto done = std::erase_if(records, [&](const FileRecord& record) { return earlier->converted(record); });
+    if (done > 0)
+        err << "sd2wav: skipped " << files(done) << " that " << printableName(report) << " lists as converted\n";
+    return true;
+}
+
 BounceResult convertOne(const QueuedSource& source, const ConvertOptions& options, const BounceSettings& settings,
                         BounceObserver& observer)
 {
@@ -234,9 +260,8 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     // of it agrees on them. With no readable file there is no folder to make: every file
     // fails before writing.
     const std::optional<QueuedSource> first = firstReadable(queue.sources);
-    settings.outputFolder = options.outputFolder.empty()
-                                ? defaultOutputLocation(first.value_or(queue.sources.front()), options.keepTree) / "_sd2_outputs"
-                                : fs::path(options.outputFolder);
+    const fs::path location = defaultOutputLocation(first.value_or(queue.sources.front()), options.keepTree);
+    settings.outputFolder = options.outputFolder.empty() ? location / "_sd2_outputs" : fs::path(options.outputFolder);
     Run run;
     if (options.keepTree)
         run.tree.emplace(settings.outputFolder, queue.sources);
@@ -251,29 +276,16 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
             << "/" << options.shard.n << "\n";
         return std::max(status, report.finish(err));
     }
-    // What a killed run left half written goes, from every folder this run's files belong in.
-    std::set<fs::path> folders;
-    for (const FileRecord& record : records)
-        folders.insert(run.tree ? run.tree->folderFor(record.source) : settings.outputFolder);
-    for (const fs::path& folder : folders)
-        PartialFile::removeAbandoned(folder);
-
+    removeAbandonedPartials(records, run, settings.outputFolder);
     if (!options.report.empty()) {
-        const std::string name = printableName(options.report);
-        std::string error;
-        const std::optional<EarlierRun> earlier = EarlierRun::read(options.report, error);
-        if (!earlier) {
-            err << "sd2wav: couldn't read the report " << name << ": " << printableName(error) << "\n";
+        if (!skipConverted(records, options.report, err))
             return 1;
-        }
-        const auto done = std::erase_if(records, [&](const FileRecord& record) { return earlier->converted(record); });
-        if (done > 0)
-            err << "sd2wav: skipped " << files(done) << " that " << name << " lists as converted\n";
         if (records.empty())
             return std::max(status, report.finish(err));
         run.log.emplace(options.report);
         if (!run.log->ok()) {
-            err << "sd2wav: couldn't open the report " << name << ": " << printableName(run.log->error()) << "\n";
+            err << "sd2wav: couldn't open the report " << printableName(options.report) << ": "
+                << printableName(run.log->error()) << "\n";
             return 1;
         }
     }

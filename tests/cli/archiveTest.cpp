@@ -177,4 +177,12 @@ TEST_F(Archive, KilledRunsResumeToTheSameFiles)
     std::vector<std::string> depth16 = args("resumed.jsonl", "resumed");
     depth16.insert(depth16.begin() + 1, {"--depth", "16"});
     EXPECT_EQ(run(depth16).err, "");
+
+    // A report that cannot be read or made stops the run before it writes anything.
+    for (const char* report : {"ARCH", "missing/report.jsonl"}) {
+        const Outcome r = run(args(report, "never"));
+        EXPECT_EQ(r.exitCode, 1) << report;
+        EXPECT_TRUE(r.err.starts_with("sd2wav: couldn't ")) << r.err;
+        EXPECT_FALSE(fs::exists(dir / "never")) << report;
+    }
 }
