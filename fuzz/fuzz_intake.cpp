@@ -64,6 +64,16 @@ bool endsWithSd2(const std::string& name)
     return tail[0] == '.' && (tail[1] | 0x20) == 's' && (tail[2] | 0x20) == 'd' && tail[3] == '2';
 }
 
+// AppleDouble sidecars ("._NAME", anything under .AppleDouble or __MACOSX) describe other
+// files and are never queued themselves.
+bool isSidecar(const std::string& path)
+{
+    if (baseName(path).starts_with("._"))
+        return true;
+    const std::string folders = "/" + path.substr(0, path.size() - baseName(path).size());
+    return folders.find("/.AppleDouble/") != std::string::npos || folders.find("/__MACOSX/") != std::string::npos;
+}
+
 std::string join(const std::string& dir, const std::string& name)
 {
     return !dir.empty() && dir.back() == '/' ? dir + name : dir + "/" + name;
@@ -111,7 +121,7 @@ void walk(const std::string& folder, std::vector<Found>& out, const Found& at)
         Found here = at;
         here.path = path;
         here.levels.push_back(name);
-        if (endsWithSd2(name))
+        if (endsWithSd2(name) && !isSidecar(path))
             out.push_back(here);
         if (isRealFolder(path))
             walk(path, out, here);
@@ -129,7 +139,7 @@ std::vector<Found> expectedInWalkOrder(const std::vector<std::string>& given, co
         struct stat st {};
         if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
             walk(path, found, {path, i, {baseName(bare)}});
-        else if (endsWithSd2(baseName(path)))
+        else if (endsWithSd2(baseName(path)) && !isSidecar(path))
             found.push_back({path, i, {baseName(path)}});
     }
     // One file is taken once, whatever its spelling, and not again when already queued.
