@@ -114,7 +114,7 @@ TEST_F(Hostile, OddNamesKeepTheirBytes)
     EXPECT_TRUE(fs::exists(dir / "out" / "caf\xe9 \"take\"\n1_48kHz_24bit_stereo.wav"));
 }
 
-TEST_F(Hostile, TreeFoldersThatCannotBeUsed)
+TEST_F(Hostile, OutputFoldersThatCannotBeUsed)
 {
     take("a.sd2");
     dir.write("plain-file", {1});
