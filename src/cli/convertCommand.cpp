@@ -86,7 +86,10 @@ struct Run {
 // killed at any point has a line for every file it left under a final name.
 class FileObserver : public BounceObserver {
 public:
-    FileObserver(Run& run, std::size_t index, FileRecord record) : run_(run), index_(index), record_(std::move(record)) {}
+    FileObserver(Run& run, std::size_t index, FileRecord record)
+        : run_(run), index_(index), record_(std::move(record))
+    {
+    }
     ~FileObserver() override
     {
         if (!named_)

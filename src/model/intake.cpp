@@ -36,14 +36,16 @@ bool before(const Place& a, const Place& b)
         return first < 0;
     if (a.given != b.given)
         return a.given < b.given;
-    return std::lexicographical_compare(a.levels.begin() + 1, a.levels.end(), b.levels.begin() + 1, b.levels.end(),
-                                        [](const QCollatorSortKey& x, const QCollatorSortKey& y) { return x.compare(y) < 0; });
+    const auto less = [](const QCollatorSortKey& x, const QCollatorSortKey& y) { return x.compare(y) < 0; };
+    return std::lexicographical_compare(a.levels.begin() + 1, a.levels.end(), b.levels.begin() + 1, b.levels.end(), less);
 }
 
 Place placeOf(const Found& found, const QCollator& collator)
 {
     std::vector<QCollatorSortKey> levels;
-    const auto add = [&](const fs::path& name) { levels.push_back(collator.sortKey(QString::fromLocal8Bit(name.string()))); };
+    const auto add = [&](const fs::path& name) {
+        levels.push_back(collator.sortKey(QString::fromLocal8Bit(name.string())));
+    };
     if (found.root)
         add(folderName(*found.root));
     for (const fs::path& name : pathBelowRoot(found.path, found.root))
@@ -108,7 +110,8 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
     for (Found& found : candidates)
         if (!queued.contains(found.path.string()) && seen.insert(fileIdentity(found.path)).second)
             fresh.push_back({placeOf(found, collator), std::move(found)});
-    std::stable_sort(fresh.begin(), fresh.end(), [](const Placed& a, const Placed& b) { return before(a.place, b.place); });
+    std::stable_sort(fresh.begin(), fresh.end(),
+                     [](const Placed& a, const Placed& b) { return before(a.place, b.place); });
 
     intake.paths.reserve(fresh.size());
     for (Placed& p : fresh) {

@@ -56,7 +56,10 @@ protected:
                 return line;
         return "(no line for " + name + " in:\n" + out + ")";
     }
-    pid_t start(const std::vector<std::string>& args, int out = -1) const { return test::startSd2wav(dir.path(), args, out); }
+    pid_t start(const std::vector<std::string>& args, int out = -1) const
+    {
+        return test::startSd2wav(dir.path(), args, out);
+    }
     static bool partialAppears(const fs::path& folder, const std::string& prefix)
     {
         for (int i = 0; i < 4000; ++i, ::usleep(5000))
