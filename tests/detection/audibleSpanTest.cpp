@@ -84,11 +84,14 @@ TEST(AudibleSpan, LayoutIsJudgedOnTheAudioAfterALongSilence)
         left[i] += ditherLeft[i];
         right[i] += ditherRight[i];
     }
-    for (const auto& take : {test::joined(lead, twoTones(5 * kFramesPerSecond, 9000)),
-                             test::joined(zeros, test::interleave(same, same)),
-                             test::joined(lead, test::interleave(left, right))}) {
-        const auto bytes = test::encode(take, SourceFormat::s16be);
-        const FileDetection found = *detectFile(bytes, SourceFormatChoice::automatic());
+    const std::pair<const char*, std::vector<std::int32_t>> takes[] = {
+        {"two tones after dither", test::joined(lead, twoTones(5 * kFramesPerSecond, 9000))},
+        {"one tone twice after zeros", test::joined(zeros, test::interleave(same, same))},
+        {"one tone dithered per channel after dither", test::joined(lead, test::interleave(left, right))},
+    };
+    for (const auto& [name, take] : takes) {
+        SCOPED_TRACE(name);
+        const FileDetection found = *detectFile(test::encode(take, SourceFormat::s16be), SourceFormatChoice::automatic());
         EXPECT_EQ(found.format.best, SourceFormat::s16be);
         EXPECT_EQ(found.channels.channels, 2);
         EXPECT_NE(found.channels.confidence, "silent/constant");
