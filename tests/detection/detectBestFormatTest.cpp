@@ -47,6 +47,7 @@ TEST(DetectBestFormat, RulesThatSettleAnOpenChoice)
 {
     EXPECT_EQ(quietReading({0.9, 0.0001, 0.9, 0.9}), SourceFormat::s24be);
     EXPECT_FALSE(quietReading({0.9, 0.0001, 0.0031, 0.9})) << "less than 30 dB apart";
+    EXPECT_EQ(quietReading({0.9, 0.0001, 0.0032, 0.9}), SourceFormat::s24be) << "just over 30 dB apart";
     EXPECT_FALSE(quietReading({0.9, 0.0032, 0.9, 0.9})) << "not quiet itself";
     // A reading too short to score cannot pass for quiet either.
     EXPECT_EQ(windowPeak(std::vector<std::uint8_t>(40, 0), SourceFormat::s24be), 1.0);
@@ -102,7 +103,9 @@ TEST(DetectBestFormat, HardMaterialIsReadInItsOwnEncoding)
         const FormatDetection whisper = scoreFormats(test::encode(quiet, format));
         EXPECT_EQ(whisper.best, format) << "quiet";
         if (format.bytesPerSample() == 2) {
-            EXPECT_TRUE(whisper.peaks) << "byte orders tie on correlation";
+            ASSERT_TRUE(whisper.peaks) << "byte orders tie on correlation";
+            EXPECT_EQ(quietReading(*whisper.peaks), format);
+            EXPECT_FALSE(whisper.crests) << "the quiet reading settles it";
         }
 
         // Hi-hat-like bursts of white noise score near zero in every encoding; read the right
