@@ -5,6 +5,10 @@
 using namespace quorvel;
 namespace fs = std::filesystem;
 
+namespace quorvel { // "s/G.L + s/G.R" in failure messages rather than raw bytes
+void PrintTo(const QueuedSource& s, std::ostream* os) { *os << s.path.string() << (s.right ? " + " + s.right->string() : ""); }
+} // namespace quorvel
+
 namespace {
 
 using Sources = std::vector<QueuedSource>;
