@@ -177,7 +177,8 @@ std::string zshCompletion(const ProgramDoc& program)
         for (const OptionDoc& option : command.options)
             for (std::string_view spelling : spellings(option))
                 out += "        " + zshSpec(option, spelling) + " \\\n";
-        out += "        " + quoted("*:" + operandName(command.operands) + ":" + zshAction({}, command.operandOffer)) + "\n      ;;\n";
+        const std::string operands = "*:" + operandName(command.operands) + ":" + zshAction({}, command.operandOffer);
+        out += "        " + quoted(operands) + "\n      ;;\n";
     }
     return out + "    esac\n    ;;\n  esac\n}\n\n_" + name + " \"$@\"\n";
 }

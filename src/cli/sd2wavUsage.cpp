@@ -50,8 +50,10 @@ ProgramDoc sd2wavUsage()
              .help = "Bounce each file to WAV, as the Quorvel app's BOUNCE does: encoding checked and "
                      "auto-corrected when it reads as static, never overwriting a file.",
              .options = {
-                 {{"--rate"}, "HZ", {"44100", "48000", "88200", "96000"}, Offer::nothing, "output rate (default 48000)"},
-                 {{"--depth"}, "BITS", {"16", "24", "32"}, Offer::nothing, "output bit depth, integer PCM (default 24)"},
+                 {{"--rate"}, "HZ", {"44100", "48000", "88200", "96000"}, Offer::nothing,
+                  "output rate (default 48000)"},
+                 {{"--depth"}, "BITS", {"16", "24", "32"}, Offer::nothing,
+                  "output bit depth, integer PCM (default 24)"},
                  {{"--channels"}, "C", {"stereo", "preserve", "mono"}, Offer::nothing,
                   "stereo deliverable, preserve source or force mono (default stereo)"},
                  {{"--normalize"}, {}, {}, Offer::nothing, "match to −14 LUFS with a −1 dBTP true-peak ceiling"},

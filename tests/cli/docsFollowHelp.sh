@@ -68,14 +68,16 @@ while IFS='|' read -r command rest; do
       elif [[ $value == *[a-z0-9]* ]]; then
         choices=$(tr '|' '\n' <<<"$value")
         for shell in bash fish; do
-          check "$shell offers $value after sd2wav $command $name" offersExactly "$shell" "$choices" "$command" "$name" ""
+          check "$shell offers $value after sd2wav $command $name" \
+            offersExactly "$shell" "$choices" "$command" "$name" ""
         done
         check "zsh offers $value after $name" grep -qF -- ":(${value//|/ })'" "$zshc"
         for choice in $choices; do
           check "sd2wav $command $name takes $choice" "$sd2wav" "$command" "$name" "$choice" --help
         done
       else
-        check "sd2wav $command knows $name" bash -c '! "$@" 2>&1 | grep -q "unknown option"' _ "$sd2wav" "$command" "$name" x --help
+        check "sd2wav $command knows $name" \
+          bash -c '! "$@" 2>&1 | grep -q "unknown option"' _ "$sd2wav" "$command" "$name" x --help
       fi
     done
   done
