@@ -1,4 +1,5 @@
 #include "app/SingleInstance.hpp"
+#include "app/quorvelUsage.hpp"
 #include "core/io/guardedRead.hpp"
 #include "model/ConverterModel.hpp"
 #include "ui/AppSettings.hpp"
@@ -52,6 +53,8 @@ void raise(QQmlApplicationEngine& engine)
 
 int main(int argc, char* argv[])
 {
+    if (const auto status = quorvel::printHelpOrVersion(argc, argv))
+        return *status;
     quorvel::reportFileSizeLimitAsError();
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName("Quorvel");
