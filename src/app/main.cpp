@@ -1,5 +1,6 @@
 #include "app/SingleInstance.hpp"
 #include "core/io/guardedRead.hpp"
+#include "core/io/standardDescriptors.hpp"
 #include "model/ConverterModel.hpp"
 #include "ui/AppSettings.hpp"
 #include "ui/window.hpp"
@@ -52,6 +53,7 @@ void raise(QQmlApplicationEngine& engine)
 
 int main(int argc, char* argv[])
 {
+    quorvel::openClosedStandardDescriptors();
     quorvel::reportFileSizeLimitAsError();
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName("Quorvel");

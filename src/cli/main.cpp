@@ -1,6 +1,7 @@
 #include "cli/commands.hpp"
 #include "cli/queue.hpp"
 #include "core/io/guardedRead.hpp"
+#include "core/io/standardDescriptors.hpp"
 
 #include <cerrno>
 #include <iostream>
@@ -74,6 +75,7 @@ int printUsage()
 int main(int argc, char** argv)
 {
     using namespace quorvel::cli;
+    quorvel::openClosedStandardDescriptors();
     quorvel::reportFileSizeLimitAsError();
     const std::vector<std::string_view> words(argv + 1, argv + argc);
     try {

@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +23,10 @@ using namespace quorvel;
 namespace fs = std::filesystem;
 
 namespace {
+
+// Signals whose default action ends the process (SIGKILL aside), a sample of each kind.
+const int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM, SIGXCPU,
+                              SIGVTALRM, SIGPROF, SIGBUS, SIGSEGV, SIGABRT, SIGSYS, SIGRTMIN};
 
 struct Result {
     int exitCode;
@@ -55,8 +60,9 @@ protected:
                 return line;
         return "(no line for " + name + " in:\n" + out + ")";
     }
-    // Starts sd2wav in the scratch folder without a shell, stdout on `out` (else /dev/null).
-    pid_t start(const std::vector<std::string>& args, int out = -1) const
+    // Starts sd2wav in the scratch folder without a shell, stdout on `out` (else /dev/null),
+    // and `closed` (a standard descriptor) closed.
+    pid_t start(const std::vector<std::string>& args, int out = -1, int closed = -1) const
     {
         std::vector<std::string> words{SD2WAV_PATH};
         words.insert(words.end(), args.begin(), args.end());
@@ -72,9 +78,13 @@ protected:
             ::dup2(null, STDIN_FILENO);
             ::dup2(out >= 0 ? out : null, STDOUT_FILENO);
             ::dup2(null, STDERR_FILENO);
+            if (closed >= 0)
+                ::close(closed);
             // As from a terminal, even when this test runs as a background job (SIGINT ignored).
-            for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
+            for (const int signal : kEndingSignals)
                 ::signal(signal, SIG_DFL);
+            const rlimit noCore{0, 0};
+            ::setrlimit(RLIMIT_CORE, &noCore);
             ::execv(argv[0], argv.data());
             _exit(98);
         }
@@ -205,37 +215,44 @@ TEST_F(Hostile, ConvertsAudioLargerThanItsMemoryLimit)
     EXPECT_LT(worst, 2.0) << "largest difference from the ideal tone, in 16-bit steps";
 }
 
-TEST_F(Hostile, KilledMidWriteLeavesOnlyAClearlyNamedPartialFile)
+// Runs stopped while writing. Every signal whose default action ends the process removes
+// the partial files and ends it by that signal; only SIGKILL leaves one, clearly named.
+// The first runs start with descriptor 0, 1 or 2 closed, which no output may take: a report
+// line would land in the middle of a WAV.
+TEST_F(Hostile, RunsStoppedMidWrite)
 {
     take("long.sd2", 300);
-    fs::create_directory(dir / "out");
-    // Kill the conversion as soon as its file is being written.
-    sh("$S convert --rate 96000 --depth 32 -o out long.sd2 & pid=$!; "
-       "for i in $(seq 2000); do ls out | grep -q partial && break; sleep 0.005; done; kill -9 $pid; wait $pid");
-    const auto left = listing(dir / "out");
-    ASSERT_EQ(left.size(), 1u) << "the write was not caught in the act";
-    EXPECT_TRUE(left[0].starts_with("long_96kHz_32bit_stereo.wav.partial-")) << left[0];
-
-    // The next run writes the real file beside it, under the final name.
-    const Result again = sh("$S convert --rate 96000 --depth 32 -o out long.sd2");
-    EXPECT_EQ(again.exitCode, 0) << again.out;
-    EXPECT_TRUE(fs::exists(dir / "out" / "long_96kHz_32bit_stereo.wav"));
-}
-
-TEST_F(Hostile, InterruptedRunsRemoveTheirPartialFiles)
-{
-    take("long.sd2", 300);
-    for (const int signal : {SIGINT, SIGTERM}) {
+    std::vector<int> signals(std::begin(kEndingSignals), std::end(kEndingSignals));
+    signals.push_back(SIGKILL);
+    for (std::size_t i = 0; i < signals.size(); ++i) {
+        const int signal = signals[i], closed = i <= STDERR_FILENO ? static_cast<int>(i) : -1;
+        if (signal == SIGPIPE)
+            continue; // raised for real below
         const fs::path out = dir / ("out" + std::to_string(signal));
         fs::create_directory(out);
-        const pid_t pid = start({"convert", "--rate", "96000", "--depth", "32", "-o", out.string(), "long.sd2"});
+        const pid_t pid = start({"convert", "--json", "--rate", "96000", "--depth", "32", "-o", out.string(), "long.sd2"},
+                                -1, closed);
         const bool caught = partialAppears(out, "long_");
+        std::error_code error;
+        const fs::path held = fs::read_symlink("/proc/" + std::to_string(pid) + "/fd/" + std::to_string(closed), error);
         ::kill(pid, signal);
         int status = 0;
         ::waitpid(pid, &status, 0);
         ASSERT_TRUE(caught) << "the write was not caught in the act";
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << "ended by the signal: " << status;
-        EXPECT_EQ(listing(out), std::vector<std::string>{}) << "signal " << signal;
+        if (closed >= 0) {
+            EXPECT_EQ(held, fs::path("/dev/null")) << "descriptor " << closed;
+        }
+        const auto left = listing(out);
+        if (signal != SIGKILL) {
+            EXPECT_EQ(left, std::vector<std::string>{}) << "signal " << signal;
+            continue;
+        }
+        ASSERT_EQ(left.size(), 1u);
+        EXPECT_TRUE(left[0].starts_with("long_96kHz_32bit_stereo.wav.partial-")) << left[0];
+        // The next run writes the real file beside it, under the final name.
+        EXPECT_EQ(sh("$S convert --rate 96000 --depth 32 -o " + out.string() + " long.sd2").exitCode, 0);
+        EXPECT_TRUE(fs::exists(out / "long_96kHz_32bit_stereo.wav"));
     }
 
     // A closed pipe: the first file's report line waits on a full stdout pipe while the
