@@ -116,16 +116,22 @@ TEST_F(BounceMetadata, MacBinaryConvertsItsDataForkUnderItsStoredName)
 {
     const auto samples = test::sine(40000, 64, 9000);
     const Bytes data = test::encode(samples, SourceFormat::s16be);
-    const fs::path bin = dir.write("MIX3~1.BIN", test::macBinary("Mix 3/caf\x8E \xA5", data, test::resourceFork({"2", "44100", "1"})));
     settings.targetRate = 44100;
     settings.depth = 16;
-    const BounceResult result = bounce(bin, 1);
-    ASSERT_TRUE(result.ok) << result.status << result.reason;
-    EXPECT_EQ(result.output.filename(), "Mix 3_café •_44.1kHz_16bit_mono.wav"); // from Mac OS Roman
-    const Wav wav = readWav(result.output);
-    ASSERT_EQ(wav.samples.size(), samples.size()); // no header bytes, no fork, no padding
-    EXPECT_EQ(wav.samples.front(), samples.front() << 16);
-    EXPECT_EQ(wav.samples.back(), samples.back() << 16);
+    // A stored name that would make a hidden file, or none, gives way to the file's own.
+    const std::pair<std::string, std::string> names[] = {{"Mix 3/caf\x8E \xA5", "Mix 3_café •"}, // from Mac OS Roman
+                                                         {".", "MIX3~1"}, {"..", "MIX3~1"}, {"._take.sd2", "MIX3~1"}};
+    for (const auto& [stored, base] : names) {
+        const fs::path bin = dir.write("MIX3~1.BIN", test::macBinary(stored, data, test::resourceFork({"2", "44100", "1"})));
+        const BounceResult result = bounce(bin, 1);
+        ASSERT_TRUE(result.ok) << result.status << result.reason;
+        EXPECT_EQ(result.output.filename(), base + "_44.1kHz_16bit_mono.wav");
+        const Wav wav = readWav(result.output);
+        ASSERT_EQ(wav.samples.size(), samples.size()); // no header bytes, no fork, no padding
+        EXPECT_EQ(wav.samples.front(), samples.front() << 16);
+        EXPECT_EQ(wav.samples.back(), samples.back() << 16);
+        fs::remove(result.output);
+    }
 }
 
 // A split-stereo pair whose halves kept their forks: their encoding and rate, bit-exact.

@@ -26,12 +26,6 @@ Bytes stereoSine(SourceFormat format, std::size_t frames = 20000)
     return test::encode(test::interleave(test::sine(frames, 61, amplitude), test::sine(frames, 89, amplitude)), format);
 }
 
-std::optional<SourceDescription> describe(const std::string& size, const std::string& rate, const std::string& channels,
-                                          bool typed = false)
-{
-    return trustedDescription(Sd2Strings{size, rate, channels}, typed);
-}
-
 } // namespace
 
 TEST(Fork, ReadsTheStringsWhereverTheMapPutsThem)
@@ -43,24 +37,38 @@ TEST(Fork, ReadsTheStringsWhereverTheMapPutsThem)
     EXPECT_EQ(strings->channels, "1");
 }
 
-TEST(Fork, TrustsSaneValuesOrAnSd2fTypeAndUndoesTheSwap)
+TEST(Fork, TrustsUsableValuesAndUndoesTheSwap)
 {
-    EXPECT_EQ(describe("3", "48000.000000", "2"), k24Stereo48);
-    EXPECT_EQ(describe("1", "22050", "1"), (SourceDescription{SourceFormat::s8, 1, 22050}));
-    EXPECT_EQ(describe("4", "96000.0", "2"), (SourceDescription{SourceFormat::s32be, 2, 96000}));
-    EXPECT_EQ(describe(" 2", "22254.545454", "1 "), (SourceDescription{SourceFormat::s16be, 1, 22255}));
-    // Size and rate swapped by the writer.
-    EXPECT_EQ(describe("44100.000000", "2", "2"), (SourceDescription{SourceFormat::s16be, 2, 44100}));
-    // Outside the sane range only an 'Sd2f' type is believed, and only with usable values.
-    EXPECT_FALSE(describe("2", "2000", "1"));
-    EXPECT_EQ(describe("2", "2000", "1", true), (SourceDescription{SourceFormat::s16be, 1, 2000}));
-    EXPECT_FALSE(describe("2", "1000000", "1", true));
-    EXPECT_FALSE(describe("2", "44100", "6", true));
-    EXPECT_FALSE(describe("5", "44100", "2", true));
-    EXPECT_FALSE(describe("2.5", "44100", "2"));
-    EXPECT_FALSE(describe("2", "44100 Hz", "2"));
-    EXPECT_FALSE(describe("2", "nan", "2", true));
-    EXPECT_FALSE(trustedDescription(Sd2Strings{"2", "44100", std::nullopt}, true));
+    struct Case {
+        Sd2Strings strings;
+        bool typedSd2;
+        std::optional<SourceDescription> trusted;
+    };
+    const auto s16Mono = [](std::int64_t rate) { return SourceDescription{SourceFormat::s16be, 1, rate}; };
+    const Case cases[] = {
+        {{"3", "48000.000000", "2"}, false, k24Stereo48},
+        {{"1", "22050", "1"}, false, SourceDescription{SourceFormat::s8, 1, 22050}},
+        {{"4", "96000.0", "2"}, false, SourceDescription{SourceFormat::s32be, 2, 96000}},
+        {{" 2", "22254.545454", "1 "}, false, s16Mono(22255)},
+        {{"44100.000000", "2", "2"}, false, SourceDescription{SourceFormat::s16be, 2, 44100}}, // swapped by the writer
+        // Rates from 4 kHz, whatever the type: 1 kHz would make a WAV a hundred times the source.
+        {{"2", "4000", "1"}, false, s16Mono(4000)},
+        {{"2", "3999", "1"}, true, std::nullopt},
+        {{"2", "1000", "1"}, true, std::nullopt},
+        // Past 384 kHz only an 'Sd2f' type is believed, up to 768 kHz.
+        {{"2", "705600", "1"}, false, std::nullopt},
+        {{"2", "705600", "1"}, true, s16Mono(705600)},
+        {{"2", "1000000", "1"}, true, std::nullopt},
+        {{"2", "44100", "6"}, true, std::nullopt},
+        {{"5", "44100", "2"}, true, std::nullopt},
+        {{"2.5", "44100", "2"}, false, std::nullopt},
+        {{"2", "44100 Hz", "2"}, false, std::nullopt},
+        {{"2", "nan", "2"}, true, std::nullopt},
+        {{"2", "44100", std::nullopt}, true, std::nullopt},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(trustedDescription(c.strings, c.typedSd2), c.trusted)
+            << *c.strings.sampleSize << " " << *c.strings.sampleRate << " " << c.strings.channels.value_or("-");
 }
 
 TEST(Fork, MalformedForksAreRejectedWithoutReadingOutside)
