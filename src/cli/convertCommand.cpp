@@ -184,7 +184,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
             // when it is bounced, so its detection happens there.
             std::optional<Detection> detection;
             if (!sources[i].isPair())
-                detection = detectPath(sources[i].path.string(), settings.sourceFormat);
+                detection = detectPath(sources[i].path.string(), sources[i].root, settings.sourceFormat);
             const auto* found = detection ? std::get_if<FileDetection>(&*detection) : nullptr;
             const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
             const std::int64_t detectedChannels = found ? found->channels.channels : 2;
@@ -198,7 +198,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                     }
                     return detectedChannels;
                 },
-                sources[i].right};
+                sources[i].right, sources[i].root};
             NamingObserver observer(names, i);
             return bounceFile(item, settings, observer);
         },

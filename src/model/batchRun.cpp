@@ -109,7 +109,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         services_.pause(kAfterAnnouncing);
 
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
-                                [&] { return item->sourceChannels(); }, item->rightFilePath()};
+                                [&] { return item->sourceChannels(); }, item->rightFilePath(), item->root()};
         BatchWorker worker(*this, item, pace);
         const BounceResult result = bounceFile(source, snapshot.settings, worker);
         if (!result.ok)

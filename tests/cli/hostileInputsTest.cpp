@@ -1,6 +1,7 @@
 // What sd2wav makes of hostile inputs and failing disks: a message naming the file and the
 // reason, no crash, no hang, nothing overwritten, no half file under a final name.
 #include "support/files.hpp"
+#include "support/forks.hpp"
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
@@ -98,6 +99,15 @@ protected:
                     entry.path().filename().string().find(".partial-") != std::string::npos)
                     return true;
         return false;
+    }
+    // sd2wav as an ordinary user: root reads and writes anything, so under root the run
+    // drops to nobody, with a copy of sd2wav that user can reach wherever the build is.
+    std::string ordinaryUser() const
+    {
+        if (geteuid() != 0)
+            return "$S";
+        sh("cp \"$S\" sd2wav-copy");
+        return "setpriv --reuid=65534 --regid=65534 --clear-groups '" + (dir / "sd2wav-copy").string() + "'";
     }
     std::vector<std::string> listing(const fs::path& folder) const
     {
@@ -366,15 +376,48 @@ TEST_F(Hostile, OutputsFollowTheUmask)
     }
 }
 
-TEST_F(Hostile, UnreadableFile)
+// A file or its sidecar that exists but cannot be read fails the file: never a guess where
+// metadata exists.
+TEST_F(Hostile, UnreadableFilesAndMetadata)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "root reads any file, so permissions cannot be taken away here";
+    const std::string S = ordinaryUser();
     take("locked.sd2");
-    fs::permissions(dir / "locked.sd2", fs::perms::none);
-    const Result r = sh("$S convert -o out locked.sd2");
-    EXPECT_EQ(r.exitCode, 1);
-    EXPECT_NE(r.out.find("locked.sd2  Couldn't read the file (Permission denied)"), std::string::npos) << r.out;
+    take("take.sd2");
+    dir.write("._take.sd2", test::resourceFork({"2", "22050", "2"}));
+    for (const char* name : {"locked.sd2", "._take.sd2"})
+        fs::permissions(dir / name, fs::perms::none);
+    fs::create_directory(dir / "out");
+    fs::permissions(dir / "out", fs::perms::all);
+    const Result convert = sh(S + " convert -o out locked.sd2 take.sd2");
+    EXPECT_EQ(convert.exitCode, 1);
+    EXPECT_EQ(lineFor(convert.out, "locked.sd2"), "locked.sd2  Couldn't read the file (Permission denied)") << convert.out;
+    EXPECT_EQ(lineFor(convert.out, "take.sd2"),
+              "take.sd2    Couldn't read the file's metadata (._take.sd2: Permission denied)");
+    EXPECT_TRUE(fs::is_empty(dir / "out"));
+    EXPECT_EQ(sh(S + " detect take.sd2").out,
+              "take.sd2  Unreadable file (couldn't read the metadata in ._take.sd2: Permission denied)\n");
+}
+
+// Sidecars count only inside the folder given (for a file given alone, its own folder): a
+// __MACOSX above it, in /tmp say, may be anyone's.
+TEST_F(Hostile, SidecarsAboveTheGivenFolderAreNotTheUsers)
+{
+    take("zip/in/take.sd2");
+    dir.write("zip/__MACOSX/in/._take.sd2", test::appleDouble(test::resourceFork({"2", "22050", "2"})));
+    const std::pair<std::string, sf_count_t> cases[] = {{"zip/in", 48000}, {"zip/in/take.sd2", 48000}, {"zip", 96000}};
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const auto& [given, frames] = cases[i];
+        const fs::path out = dir / ("out" + std::to_string(i));
+        const Result detect = sh("$S detect " + given);
+        EXPECT_TRUE(lineFor(detect.out, "zip/in/take.sd2")
+                        .ends_with(frames == 96000 ? "16-bit BE (file info) · Stereo · 22.1 kHz" : "(auto) · Stereo · confident"))
+            << given << ": " << detect.out;
+        ASSERT_EQ(sh("$S convert -o " + out.string() + " " + given).exitCode, 0) << given;
+        SF_INFO info{};
+        if (SNDFILE* wav = sf_open((out / "take_48kHz_24bit_stereo.wav").c_str(), SFM_READ, &info))
+            sf_close(wav);
+        EXPECT_EQ(info.frames, frames) << given << ": the rate the app would use too";
+    }
 }
 
 TEST_F(Hostile, HelpAfterDashDashOrAsAValueIsAPath)

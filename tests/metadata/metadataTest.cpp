@@ -136,64 +136,58 @@ TEST(Containers, EntryTablesAndMacBinaryHeadersAreChecked)
     EXPECT_FALSE(parseMacBinary(bin, header->resourceFork.offset + 10)); // fork past the end
 }
 
-// Every place a fork survives, each found beside the same audio.
+// Every place a fork survives, each found beside the same audio; in a container only the
+// data fork is audio, whichever fork describes it.
 TEST(FindFileSource, LooksInEveryPlaceTheForkSurvives)
 {
     test::ScratchDir dir;
     const Bytes audio = stereoSine(SourceFormat::s24be);
-    const Bytes fork = test::resourceFork({});
-    const auto found = [&](const fs::path& file) { return findFileSource(file); };
-
-    const fs::path bare = dir.write("bare/take.sd2", audio);
-    dir.write("bare/._take.sd2", fork);
-    const fs::path doubled = dir.write("double/take.sd2", audio);
-    dir.write("double/._take.sd2", test::appleDouble(fork));
-    const fs::path netatalk = dir.write("netatalk/take.sd2", audio);
-    dir.write("netatalk/.AppleDouble/take.sd2", test::appleDouble(fork));
-    const fs::path zipped = dir.write("zip/Session/Audio Files/take.sd2", audio);
-    dir.write("zip/__MACOSX/Session/Audio Files/._take.sd2", test::appleDouble(fork));
-    const fs::path none = dir.write("none/take.sd2", audio);
-
-    for (const auto& [file, container] : {std::pair{bare, "resource fork"}, {doubled, "AppleDouble"},
-                                          {netatalk, "AppleDouble"}, {zipped, "AppleDouble"}}) {
-        const FileSource source = found(file);
-        EXPECT_EQ(source.description, k24Stereo48) << file;
-        EXPECT_EQ(source.container, container) << file;
-        EXPECT_EQ(source.offset, 0);
-        EXPECT_FALSE(source.length);
+    const Bytes fork = test::resourceFork({}), monoFork = test::resourceFork({"2", "44100", "1"});
+    const SourceDescription mono16{SourceFormat::s16be, 1, 44100};
+    struct Case {
+        std::string file;
+        Bytes bytes;
+        std::string sidecar; // where a fork lies beside the file, if anywhere
+        Bytes sidecarBytes;
+        std::string container;
+        std::optional<SourceDescription> description;
+    };
+    const Case cases[] = {
+        {"bare/take.sd2", audio, "bare/._take.sd2", fork, "resource fork", k24Stereo48},
+        {"double/take.sd2", audio, "double/._take.sd2", test::appleDouble(fork), "AppleDouble", k24Stereo48},
+        {"netatalk/take.sd2", audio, "netatalk/.AppleDouble/take.sd2", test::appleDouble(fork), "AppleDouble", k24Stereo48},
+        {"zip/Session/Audio Files/take.sd2", audio, "zip/__MACOSX/Session/Audio Files/._take.sd2",
+         test::appleDouble(fork), "AppleDouble", k24Stereo48},
+        {"none/take.sd2", audio, "", {}, "", std::nullopt},
+        {"mb/Mix 3.bin", test::macBinary("Mix 3", audio, monoFork), "", {}, "MacBinary", mono16},
+        {"as/Mix 3", test::appleSingle(audio, fork), "", {}, "AppleSingle", k24Stereo48},
+        {"both/Mix 3.bin", test::macBinary("Mix 3", audio, monoFork), "both/._Mix 3.bin", test::appleDouble(fork),
+         "AppleDouble", k24Stereo48},
+    };
+    for (const Case& c : cases) {
+        const fs::path file = dir.write(c.file, c.bytes);
+        if (!c.sidecar.empty())
+            dir.write(c.sidecar, c.sidecarBytes);
+        const FileSource source = findFileSource(file, dir.path());
+        EXPECT_EQ(source.description, c.description) << c.file;
+        EXPECT_EQ(source.container, c.container) << c.file;
+        EXPECT_EQ(source.storedName, c.file.ends_with(".bin") ? "Mix 3" : "") << c.file;
+        const MappedFile mapped = MappedFile::open(file);
+        EXPECT_TRUE(std::ranges::equal(source.audio(mapped.bytes()), audio)) << c.file;
     }
-    EXPECT_EQ(found(none), FileSource{});
 
-    // A relative path finds its sidecars and __MACOSX ancestors too.
+    // __MACOSX only counts inside the folder given, relative or not; a file given alone has
+    // its own folder.
     const fs::path before = fs::current_path();
-    fs::current_path(dir / "zip/Session");
-    EXPECT_EQ(found("Audio Files/take.sd2").description, k24Stereo48);
+    fs::current_path(dir / "zip");
+    for (const auto& [root, trusted] : {std::pair{std::optional<fs::path>("."), true}, {"Session", false},
+                                        {"Session/Audio Files", false}, {std::nullopt, false}})
+        EXPECT_EQ(findFileSource("Session/Audio Files/take.sd2", root).container, trusted ? "AppleDouble" : "")
+            << root.value_or("alone");
     fs::current_path(before);
-
-    // Containers: only the data fork is audio, and MacBinary keeps the stored name.
-    const fs::path bin = dir.write("mb/Mix 3.bin", test::macBinary("Mix 3", audio, test::resourceFork({"2", "44100", "1"})));
-    const FileSource mac = found(bin);
-    EXPECT_EQ(mac.description, (SourceDescription{SourceFormat::s16be, 1, 44100}));
-    EXPECT_EQ(mac.container, "MacBinary");
-    EXPECT_EQ(mac.storedName, "Mix 3");
-    const MappedFile binFile = MappedFile::open(bin);
-    EXPECT_TRUE(std::ranges::equal(mac.audio(binFile.bytes()), audio));
-
-    const fs::path as = dir.write("as/Mix 3", test::appleSingle(audio, fork));
-    const FileSource single = found(as);
-    EXPECT_EQ(single.description, k24Stereo48);
-    EXPECT_EQ(single.container, "AppleSingle");
-    const MappedFile asFile = MappedFile::open(as);
-    EXPECT_TRUE(std::ranges::equal(single.audio(asFile.bytes()), audio));
-
-    // A sidecar beside a container describes it; the data fork is still the audio.
-    dir.write("mb/._Mix 3.bin", test::appleDouble(fork));
-    const FileSource both = found(bin);
-    EXPECT_EQ(both.description, k24Stereo48);
-    EXPECT_EQ(both.offset, 128);
 }
 
-TEST(FindFileSource, IgnoresSidecarsThatCannotBeTrusted)
+TEST(FindFileSource, IgnoresUntrustedSidecarsAndReportsUnreadableOnes)
 {
     test::ScratchDir dir;
     const Bytes audio = stereoSine(SourceFormat::s16be);
@@ -208,15 +202,24 @@ TEST(FindFileSource, IgnoresSidecarsThatCannotBeTrusted)
     const fs::path truncated = dir.write("c/take.sd2", audio);
     const Bytes whole = test::appleDouble(fork);
     dir.write("c/._take.sd2", Bytes(whole.begin(), whole.end() - 20));
-    // A sidecar that is a folder.
+    // A sidecar that is a folder, and a name too long for a sidecar to exist.
     const fs::path folder = dir.write("d/take.sd2", audio);
     fs::create_directories(dir / "d/._take.sd2");
-    for (const fs::path& file : {other, insane, truncated, folder})
-        EXPECT_EQ(findFileSource(file), FileSource{}) << file;
+    const fs::path longest = dir.write("e/" + std::string(254, 'n'), audio);
+    for (const fs::path& file : {other, insane, truncated, folder, longest})
+        EXPECT_EQ(findFileSource(file, std::nullopt), FileSource{}) << file;
 
     // An untrusted sidecar does not hide a trusted one further down the list.
     dir.write("b/.AppleDouble/take.sd2", test::appleDouble(fork));
-    EXPECT_EQ(findFileSource(insane).description, k24Stereo48);
+    EXPECT_EQ(findFileSource(insane, std::nullopt).description, k24Stereo48);
+
+    // One that is there but cannot be read (a link loop here) is reported, never guessed past.
+    const fs::path looped = dir.write("f/take.sd2", audio);
+    dir.write("f/.AppleDouble/take.sd2", test::appleDouble(fork));
+    fs::create_symlink("._take.sd2", dir / "f/._take.sd2");
+    const FileSource unread = findFileSource(looped, std::nullopt);
+    EXPECT_EQ(unread.unreadable, (dir / "f/._take.sd2").string() + ": Too many levels of symbolic links");
+    EXPECT_FALSE(unread.description);
 }
 
 TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
@@ -225,14 +228,15 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     const fs::path take = dir.write("take.sd2", stereoSine(SourceFormat::s24be));
     dir.write("._take.sd2", test::appleDouble(test::resourceFork({})));
     const MappedFile file = MappedFile::open(take);
-    const auto found = detectSource(take, file.bytes(), SourceFormatChoice::automatic());
+    std::string unreadable;
+    const auto found = detectSource(take, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->status, "24-bit BE (file info) · Stereo · 48 kHz");
     EXPECT_EQ(found->format.best, SourceFormat::s24be);
     EXPECT_EQ(found->channels.channels, 2);
 
     // A fixed choice overrides the encoding; the file's rate stays its own.
-    const auto fixed = detectSource(take, file.bytes(), SourceFormatChoice::fixed(SourceFormat::s16le));
+    const auto fixed = detectSource(take, file.bytes(), SourceFormatChoice::fixed(SourceFormat::s16le), std::nullopt, unreadable);
     ASSERT_TRUE(fixed);
     EXPECT_TRUE(fixed->status.starts_with("16-bit LE (set)")) << fixed->status;
     EXPECT_EQ(fixed->source.description->rate, 48000);
@@ -241,7 +245,7 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     const fs::path lying = dir.write("lying.sd2", stereoSine(SourceFormat::s16le));
     dir.write("._lying.sd2", test::appleDouble(test::resourceFork({"3", "48000", "1"})));
     const MappedFile lyingFile = MappedFile::open(lying);
-    const auto detected = detectSource(lying, lyingFile.bytes(), SourceFormatChoice::automatic());
+    const auto detected = detectSource(lying, lyingFile.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
     ASSERT_TRUE(detected);
     EXPECT_EQ(detected->status, "16-bit LE (auto) · Stereo · confident · file info did not match the audio");
     EXPECT_FALSE(detected->source.description);
@@ -273,12 +277,13 @@ TEST(DetectSource, ReadsTheForksLibsndfileWrites)
         sf_close(file);
         ASSERT_TRUE(fs::exists(dir / ("._" + path.filename().string())));
 
-        const FileSource source = findFileSource(path);
+        const FileSource source = findFileSource(path, std::nullopt);
         EXPECT_EQ(source.description, (SourceDescription{c.format, c.channels, c.rate})) << c.subformat;
         EXPECT_EQ(source.container, "resource fork");
         // Its data fork reads as audio in the described encoding, so the description stands.
         const MappedFile mapped = MappedFile::open(path);
-        const auto found = detectSource(path, mapped.bytes(), SourceFormatChoice::automatic());
+        std::string unreadable;
+        const auto found = detectSource(path, mapped.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
         ASSERT_TRUE(found);
         EXPECT_EQ(found->status, metadataStatus(*source.description));
     }

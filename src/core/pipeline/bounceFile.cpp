@@ -153,7 +153,12 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     bool wideStereo = false, silent = false;
     std::optional<SourceFormat> corrected;
     result.sourceChannels = item.sourceChannels();
-    FileSource source = findFileSource(item.path);
+    FileSource source = findFileSource(item.path, item.root);
+    if (!source.unreadable.empty()) {
+        result.status = "Couldn't read the file's metadata";
+        result.reason = source.unreadable;
+        return result;
+    }
     ByteView data;
     const bool read = guardedRead([&] {
         source = checkedSource(std::move(source), file.bytes(), settings.sourceFormat);
