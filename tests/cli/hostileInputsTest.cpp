@@ -510,13 +510,31 @@ TEST_F(Hostile, FoldersThatCannotBeOpenedAreReported)
     EXPECT_TRUE(lineFor(convert.out, "drop/ok.sd2").ends_with("Bounced → ok_48kHz_24bit_stereo.wav")) << convert.out;
 }
 
-TEST_F(Hostile, DefaultOutputFolderIsBesideAFileThatExists)
+TEST_F(Hostile, DefaultOutputFolderIsMadeBesideAFileThatExistsAndNeverThroughALink)
 {
+    const std::string S = ordinaryUser();
     take("real/b.sd2");
     const Result r = sh("$S convert typo/nosuchdir/a.sd2 real/b.sd2");
     EXPECT_EQ(r.exitCode, 1) << r.out;
     EXPECT_TRUE(fs::exists(dir / "real" / "_sd2_outputs" / "b_48kHz_24bit_stereo.wav")) << r.out;
     EXPECT_FALSE(fs::exists(dir / "typo")) << "no folders along a mistyped path";
+
+    // A link in its place (from an unpacked archive, say) is not followed; a folder the user
+    // names is theirs, link or not. A folder that cannot be made gives its own reason.
+    take("src/a.sd2");
+    fs::create_directory(dir / "elsewhere");
+    fs::create_symlink("../elsewhere", dir / "src/_sd2_outputs");
+    take("shut/a.sd2");
+    fs::permissions(dir / "shut", fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read |
+                                      fs::perms::others_exec);
+    const std::pair<std::string, std::string> cases[] = {
+        {"$S convert src/a.sd2", "src/a.sd2  Choked: couldn't use src/_sd2_outputs: it is a symbolic link\n"},
+        {"cd shut && " + S + " convert a.sd2", "a.sd2  Choked: couldn't create _sd2_outputs: Permission denied\n"},
+        {"$S convert -o src/_sd2_outputs src/a.sd2", "src/a.sd2  Bounced → a_48kHz_24bit_stereo.wav\n"}};
+    for (const auto& [command, out] : cases)
+        EXPECT_EQ(sh(command).out, out) << command;
+    fs::permissions(dir / "shut", fs::perms::owner_all);
+    EXPECT_EQ(listing(dir / "elsewhere"), std::vector<std::string>{"a_48kHz_24bit_stereo.wav"});
 }
 
 TEST_F(Hostile, OneFileUnderSeveralSpellingsIsConvertedOnce)

@@ -289,14 +289,18 @@ private slots:
         QCOMPARE(a->state(), FileItem::done);
     }
 
-    // A classic Mac file with its fork in "._NAME": queued from its folder, described by the
-    // fork, and bounced from its own 48 kHz rather than the 44.1 kHz setting.
+    // A classic Mac file whose fork, unpacked from a Finder zip, lies in __MACOSX: queued only
+    // when the folder dropped holds that too (as in sd2wav), described by the fork, and
+    // bounced from its own 48 kHz rather than the 44.1 kHz setting; never through a link
+    // left where _sd2_outputs goes.
     void fileInfoFromASidecar()
     {
         const auto samples = test::sine(48000, 40, 2000000);
-        dir.write("mac/Mix 3", test::encode(samples, SourceFormat::s24be));
-        dir.write("mac/._Mix 3", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
-        model->addURLs({url(dir / "mac")});
+        dir.write("zip/mac/Mix 3", test::encode(samples, SourceFormat::s24be));
+        dir.write("zip/__MACOSX/mac/._Mix 3", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
+        model->addURLs({url(dir / "zip/mac")});
+        QCOMPARE(model->queue().size(), 0u);
+        model->addURLs({url(dir / "zip")});
         QCOMPARE(model->queue().size(), 1u);
         waitForDetection();
         const FileItemPtr item = model->queue()[0];
@@ -304,6 +308,12 @@ private slots:
         QCOMPARE(item->detectedFormat(), SourceFormat::s24be);
         QCOMPARE(item->detectedChannels(), 1);
 
+        std::filesystem::create_directory(dir / "elsewhere");
+        std::filesystem::create_symlink("../../elsewhere", dir / "zip/mac/_sd2_outputs");
+        runBatch();
+        QVERIFY2(item->status().startsWith("Choked: couldn't use "), qPrintable(item->status()));
+        QVERIFY(std::filesystem::is_empty(dir / "elsewhere"));
+        std::filesystem::remove(dir / "zip/mac/_sd2_outputs");
         runBatch();
         QCOMPARE(item->state(), FileItem::done);
         QCOMPARE(item->outputURL().fileName(), QStringLiteral("Mix 3_48kHz_24bit_stereo.wav"));

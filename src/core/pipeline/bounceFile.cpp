@@ -212,6 +212,8 @@ BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, 
         result.reason = std::move(reason);
         return result;
     };
+    if (!settings.outputFolderError.empty())
+        return fail(settings.outputFolderError);
     try {
         return bounceSteps(item, settings, observer, result);
     } catch (const std::bad_alloc&) {

@@ -21,6 +21,7 @@ struct BounceSettings {
     TargetChannels channels = TargetChannels::stereo;
     bool normalize = false;
     std::filesystem::path outputFolder;
+    std::string outputFolderError; // why the output folder cannot be used: every file fails with it
 };
 
 // One queued file. Its fields are read through these at the moment the run needs them,
