@@ -5,7 +5,6 @@
 #include "ui/AppSettings.hpp"
 #include "ui/window.hpp"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QFileOpenEvent>
 #include <QGuiApplication>
@@ -62,7 +61,8 @@ int main(int argc, char* argv[])
     QGuiApplication::setDesktopFileName("quorvel");
 
     const QStringList paths = QGuiApplication::arguments().mid(1);
-    quorvel::SingleInstance instance("quorvel-" + QDir::home().dirName());
+    const quorvel::UserId user = quorvel::currentUser();
+    quorvel::SingleInstance instance(quorvel::handOverSocketPath(user), user);
     if (instance.handOver(paths))
         return 0;
 
