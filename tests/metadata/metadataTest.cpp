@@ -175,47 +175,35 @@ TEST(FindFileSource, LooksInEveryPlaceTheForkSurvives)
         const MappedFile mapped = MappedFile::open(file);
         EXPECT_TRUE(std::ranges::equal(source.audio(mapped.bytes()), audio)) << c.file;
     }
-
-    // __MACOSX only counts inside the folder given, relative or not; a file given alone has
-    // its own folder.
-    const fs::path before = fs::current_path();
-    fs::current_path(dir / "zip");
-    for (const auto& [root, trusted] : {std::pair{std::optional<fs::path>("."), true}, {"Session", false},
-                                        {"Session/Audio Files", false}, {std::nullopt, false}})
-        EXPECT_EQ(findFileSource("Session/Audio Files/take.sd2", root).container, trusted ? "AppleDouble" : "")
-            << root.value_or("alone");
-    fs::current_path(before);
 }
 
 TEST(FindFileSource, IgnoresUntrustedSidecarsAndReportsUnreadableOnes)
 {
     test::ScratchDir dir;
     const Bytes audio = stereoSine(SourceFormat::s16be);
-    const Bytes fork = test::resourceFork({});
-    // Another file's sidecar: a text file's Finder info and no strings.
-    const fs::path other = dir.write("a/take.sd2", audio);
-    dir.write("a/._take.sd2", test::appleContainer(0x00051607, {{9, test::finderInfo("TEXT", "ttxt")}}));
-    // Wrong type and insane values.
-    const fs::path insane = dir.write("b/take.sd2", audio);
-    dir.write("b/._take.sd2", test::appleDouble(test::resourceFork({"9", "7", "6"}), "TEXT"));
-    // Truncated AppleDouble: the fork entry runs past the end.
-    const fs::path truncated = dir.write("c/take.sd2", audio);
-    const Bytes whole = test::appleDouble(fork);
-    dir.write("c/._take.sd2", Bytes(whole.begin(), whole.end() - 20));
+    const Bytes whole = test::appleDouble(test::resourceFork({}));
+    // "._take.sd2" beside the audio, describing nothing the take can use.
+    const std::pair<std::string, Bytes> sidecars[] = {
+        {"other", test::appleContainer(0x00051607, {{9, test::finderInfo("TEXT", "ttxt")}})}, // a text file's
+        {"insane", test::appleDouble(test::resourceFork({"9", "7", "6"}), "TEXT")},           // wrong type and values
+        {"truncated", Bytes(whole.begin(), whole.end() - 20)}, // the fork entry runs past the end
+    };
+    for (const auto& [folder, bytes] : sidecars) {
+        dir.write(folder + "/._take.sd2", bytes);
+        EXPECT_EQ(findFileSource(dir.write(folder + "/take.sd2", audio), std::nullopt), FileSource{}) << folder;
+    }
     // A sidecar that is a folder, and a name too long for a sidecar to exist.
-    const fs::path folder = dir.write("d/take.sd2", audio);
     fs::create_directories(dir / "d/._take.sd2");
-    const fs::path longest = dir.write("e/" + std::string(254, 'n'), audio);
-    for (const fs::path& file : {other, insane, truncated, folder, longest})
+    for (const fs::path& file : {dir.write("d/take.sd2", audio), dir.write("e/" + std::string(254, 'n'), audio)})
         EXPECT_EQ(findFileSource(file, std::nullopt), FileSource{}) << file;
 
     // An untrusted sidecar does not hide a trusted one further down the list.
-    dir.write("b/.AppleDouble/take.sd2", test::appleDouble(fork));
-    EXPECT_EQ(findFileSource(insane, std::nullopt).description, k24Stereo48);
+    dir.write("insane/.AppleDouble/take.sd2", whole);
+    EXPECT_EQ(findFileSource(dir / "insane/take.sd2", std::nullopt).description, k24Stereo48);
 
     // One that is there but cannot be read (a link loop here) is reported, never guessed past.
     const fs::path looped = dir.write("f/take.sd2", audio);
-    dir.write("f/.AppleDouble/take.sd2", test::appleDouble(fork));
+    dir.write("f/.AppleDouble/take.sd2", whole);
     fs::create_symlink("._take.sd2", dir / "f/._take.sd2");
     const FileSource unread = findFileSource(looped, std::nullopt);
     EXPECT_EQ(unread.unreadable, (dir / "f/._take.sd2").string() + ": Too many levels of symbolic links");
