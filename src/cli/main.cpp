@@ -2,6 +2,7 @@
 #include "cli/queue.hpp"
 #include "cli/usage.hpp"
 #include "core/io/guardedRead.hpp"
+#include "core/io/standardDescriptors.hpp"
 #include "core/version.hpp"
 
 #include <iostream>
@@ -9,6 +10,7 @@
 int main(int argc, char** argv)
 {
     using namespace quorvel::cli;
+    quorvel::openClosedStandardDescriptors();
     quorvel::reportFileSizeLimitAsError();
     const std::vector<std::string_view> words(argv + 1, argv + argc);
     const std::string usage = usageText(sd2wavUsage());

@@ -18,15 +18,16 @@ void showUnreadable(FileItem& item)
 void ConverterModel::detect(const FileItemPtr& item)
 {
     const SourceFormatChoice choice = sourceFormatChoice_;
-    // The task holds the item, never the model's fields; only the item's url is read off the main thread.
+    // The task holds the item, never the model's fields; only the item's url and root are read off the main thread.
     if (item->isPair()) {
         detectPairItem(item, choice);
         return;
     }
     inBackground([this, item, choice] {
         const MappedFile file = MappedFile::open(item->filePath());
+        std::string unreadable;
         const std::optional<FileDetection> detected =
-            file.ok() ? detectSource(item->filePath(), file.bytes(), choice) : std::nullopt;
+            file.ok() ? detectSource(item->filePath(), file.bytes(), choice, item->root(), unreadable) : std::nullopt;
         if (!detected) {
             post([item] { showUnreadable(*item); });
             return;
@@ -45,7 +46,8 @@ void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice 
 {
     inBackground([this, item, choice] {
         std::string unreadable;
-        const std::optional<PairDetection> pair = detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable);
+        const std::optional<PairDetection> pair =
+            detectPairFiles(item->filePath(), *item->rightFilePath(), choice, item->root(), unreadable);
         if (!pair) {
             post([item] { showUnreadable(*item); });
             return;
