@@ -31,7 +31,8 @@ void ConverterModel::preview(FileItem* item)
     const std::optional<std::filesystem::path> right = item->rightFilePath();
     const QString name = item->fileName();
 
-    inBackground([=, this] {
+    // Ahead of any detections still waiting: the user is listening for it.
+    inBackground(detectionPool_, [=, this] {
         const MappedFile file = MappedFile::open(source);
         bool written = false;
         try { // a write error, or no memory left for the excerpt
@@ -70,7 +71,7 @@ void ConverterModel::preview(FileItem* item)
             previewSound_->play();
             setStatusLine(QStringLiteral("Previewing %1 as %2…").arg(name, channels == 1 ? QStringLiteral("mono") : QStringLiteral("stereo")));
         });
-    });
+    }, 1);
 }
 
 void ConverterModel::stopPreview()
@@ -83,8 +84,8 @@ void ConverterModel::stopPreview()
 void ConverterModel::revealOutput()
 {
     const QUrl folder = outputFolder_.isEmpty() ? defaultOutDir().value_or(QUrl()) : outputFolder_;
-    if (!folder.isEmpty())
-        services_.reveal(folder);
+    if (!folder.isEmpty() && !services_.reveal(folder))
+        setStatusLine(QStringLiteral("Couldn't open a file manager — the files are in %1").arg(QString::fromLocal8Bit(pathForUrl(folder).string())));
 }
 
 } // namespace quorvel

@@ -159,7 +159,7 @@ private slots:
         ModelServices services;
         services.pause = std::ref(gate);
         services.makePlayer = [](const QString&, std::function<void()>) { return std::unique_ptr<PreviewPlayer>(); };
-        services.reveal = [](const QUrl&) {};
+        services.reveal = [](const QUrl&) { return true; };
         model = std::make_unique<ConverterModel>(services);
         settings = std::make_unique<AppSettings>();
         qmlRegisterSingletonInstance("Quorvel", 1, 0, "Model", model.get());
