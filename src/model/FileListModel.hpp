@@ -36,7 +36,7 @@ public:
     const std::vector<FileItemPtr>& items() const { return items_; }
     int completedCount() const { return static_cast<int>(done_.size()); }
     int benchCount() const { return rowCount() - completedCount(); }
-    Q_INVOKABLE quorvel::FileItem* at(int row) const;
+    FileItem* at(int row) const;
     // The item's row, or −1.
     int rowOf(const FileItem* item) const;
 

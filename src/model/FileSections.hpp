@@ -16,7 +16,7 @@ public:
 
     // The row of the first file whose bounce failed, or −1.
     Q_INVOKABLE int firstFailedRow() const;
-    Q_INVOKABLE quorvel::FileItem* at(int row) const;
+    FileItem* at(int row) const;
 
 protected:
     bool lessThan(const QModelIndex& left, const QModelIndex& right) const override;
