@@ -11,6 +11,7 @@ AbstractButton {
     implicitWidth: 30
     implicitHeight: 30
     focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
     opacity: pressed ? 0.6 : 1
     Accessible.name: tip
     ToolTip.text: tip

@@ -8,6 +8,7 @@ import Quorvel
 // folds to a one-line strip that still takes drops, so the queue gets the room.
 Item {
     id: zone
+    objectName: "dropZone"
     readonly property bool highlighted: drop.containsDrag
     readonly property bool folded: Model.items.count > 0
     implicitHeight: folded ? 52 : 176

@@ -19,6 +19,11 @@ ListView {
         policy: ScrollBar.AlwaysOn
     }
     model: Model.rows
+    // Tab follows the order of the rows under contentItem, which the list makes as they scroll in.
+    function readingOrder() { ReadingOrder.restack(contentItem) }
+    onCountChanged: Qt.callLater(readingOrder)
+    onContentYChanged: Qt.callLater(readingOrder)
+    onContentHeightChanged: Qt.callLater(readingOrder)
     footer: Item {
         height: 16
     }
@@ -32,6 +37,8 @@ ListView {
         required property string section
         readonly property bool bench: section === "bench"
         objectName: bench ? "benchHeader" : "completedHeader"
+        // The list keeps a spare heading after its section empties; it must not show.
+        visible: (bench ? Model.items.benchCount : Model.items.completedCount) > 0
         width: list.width
         height: heading.implicitHeight + 26
         RowLayout {
@@ -47,6 +54,7 @@ ListView {
                 Layout.fillWidth: true
             }
             TextButton {
+                objectName: "clearButton"
                 visible: bench
                 text: "Clear"
                 enabled: !Model.isConverting

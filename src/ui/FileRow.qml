@@ -7,6 +7,7 @@ import Quorvel
 // mono/stereo override and buttons. The name column takes further lines as they come.
 FocusScope {
     id: row
+    objectName: "fileRow"
     required property var item
     required property int index
     property bool flashing: false

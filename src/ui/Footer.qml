@@ -37,6 +37,7 @@ Item {
                 }
                 AbstractButton {
                     id: destination
+                    objectName: "destinationButton"
                     width: Math.min(implicitWidth, 220)
                     contentItem: Text {
                         text: hasFolder ? Model.outputFolderName : "Pick a destination…"

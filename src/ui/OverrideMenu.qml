@@ -33,8 +33,8 @@ Item {
         spacing: 6
         Text {
             objectName: "overrideText"
-            text: override.item.isPair ? "Stereo (L + R)"
-                                       : override.item.overrideLabels[["Auto", "Mono", "Stereo"].indexOf(override.item.overrideChoice)]
+            text: !override.item ? "" : override.item.isPair ? "Stereo (L + R)"
+                : override.item.overrideLabels[["Auto", "Mono", "Stereo"].indexOf(override.item.overrideChoice)]
             font.pixelSize: 12
             font.weight: Font.DemiBold
             color: Theme.ink
@@ -52,11 +52,11 @@ Item {
         id: overrideMenu
         objectName: "overrideChoices"
         // A pair's layout is fixed by its two files; it can only be taken apart.
-        options: override.item.isPair ? [{value: "Split", label: "Split into L and R"}]
-                                      : [{value: "Auto", label: override.item.overrideLabels[0]},
-                                         {value: "Mono", label: "Mono"}, {value: "Stereo", label: "Stereo"}]
-                                        .concat(override.joinable ? [{value: "Join", label: "Join L and R"}] : [])
-        current: override.item.isPair ? undefined : override.item.overrideChoice
+        // (The row's item is gone for a moment while the list takes the row away.)
+        options: !override.item ? [] : override.item.isPair ? [{value: "Split", label: "Split into L and R"}]
+            : [{value: "Auto", label: override.item.overrideLabels[0]}, {value: "Mono", label: "Mono"},
+               {value: "Stereo", label: "Stereo"}].concat(override.joinable ? [{value: "Join", label: "Join L and R"}] : [])
+        current: override.item?.isPair ? undefined : override.item?.overrideChoice
         minimumWidth: override.width
         onPicked: value => {
             if (value === "Split")

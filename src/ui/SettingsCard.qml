@@ -46,6 +46,7 @@ Item {
             Labeled {
                 title: "Channels"
                 NeoSelect {
+                    objectName: "channelsSelect"
                     faceWidth: 200
                     options: Model.targetChannelsOptions
                     value: Model.targetChannels
@@ -54,6 +55,7 @@ Item {
             }
         }
         SettingToggle {
+            objectName: "normalizeLoudness"
             Layout.topMargin: 2
             title: "Normalize loudness"
             detail: "→ −14 LUFS, true-peak ≤ −1 dBTP"
