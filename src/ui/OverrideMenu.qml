@@ -8,7 +8,8 @@ Item {
     required property var item
     // Asked as the menu opens: it depends on the rest of the queue.
     property bool joinable: false
-    readonly property alias menu: overrideMenu
+    // Made when first opened: a list of thousands only ever opens a few.
+    readonly property alias menu: menuLoader.item
 
     objectName: "overrideMenu"
     enabled: !Model.isConverting
@@ -18,7 +19,8 @@ Item {
     Keys.onDownPressed: open()
     function open() {
         joinable = Model.canJoin(item)
-        overrideMenu.popup(override, 0, override.height)
+        menuLoader.active = true
+        menuLoader.item.popup(override, 0, override.height)
     }
 
     InsetField {
@@ -48,23 +50,27 @@ Item {
     TapHandler {
         onTapped: override.open()
     }
-    NeoMenu {
-        id: overrideMenu
-        objectName: "overrideChoices"
-        // A pair's layout is fixed by its two files; it can only be taken apart.
-        // (The row's item is gone for a moment while the list takes the row away.)
-        options: !override.item ? [] : override.item.isPair ? [{value: "Split", label: "Split into L and R"}]
-            : [{value: "Auto", label: override.item.overrideLabels[0]}, {value: "Mono", label: "Mono"},
-               {value: "Stereo", label: "Stereo"}].concat(override.joinable ? [{value: "Join", label: "Join L and R"}] : [])
-        current: override.item?.isPair ? undefined : override.item?.overrideChoice
-        minimumWidth: override.width
-        onPicked: value => {
-            if (value === "Split")
-                Model.splitPair(override.item)
-            else if (value === "Join")
-                Model.joinPair(override.item)
-            else
-                override.item.overrideChoice = value
+    Loader {
+        id: menuLoader
+        active: false
+        sourceComponent: NeoMenu {
+            id: overrideMenu
+            objectName: "overrideChoices"
+            // A pair's layout is fixed by its two files; it can only be taken apart.
+            // (The row's item is gone for a moment while the list takes the row away.)
+            options: !override.item ? [] : override.item.isPair ? [{value: "Split", label: "Split into L and R"}]
+                : [{value: "Auto", label: override.item.overrideLabels[0]}, {value: "Mono", label: "Mono"},
+                   {value: "Stereo", label: "Stereo"}].concat(override.joinable ? [{value: "Join", label: "Join L and R"}] : [])
+            current: override.item?.isPair ? undefined : override.item?.overrideChoice
+            minimumWidth: override.width
+            onPicked: value => {
+                if (value === "Split")
+                    Model.splitPair(override.item)
+                else if (value === "Join")
+                    Model.joinPair(override.item)
+                else
+                    override.item.overrideChoice = value
+            }
         }
     }
 }

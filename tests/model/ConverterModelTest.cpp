@@ -154,7 +154,8 @@ private slots:
         revealed.clear();
         playerAvailable = fileManager = true;
         model = std::make_unique<ConverterModel>(services());
-        new QAbstractItemModelTester(model->items(), QAbstractItemModelTester::FailureReportingMode::QtTest, model.get());
+        for (QAbstractItemModel* rows : std::initializer_list<QAbstractItemModel*>{model->items(), model->rows()})
+            new QAbstractItemModelTester(rows, QAbstractItemModelTester::FailureReportingMode::QtTest, model.get());
     }
     void cleanup() { model.reset(); }
 

@@ -196,6 +196,15 @@ class ContentViewTest : public QObject {
         return lit;
     }
 
+    // A row's menu, made as it first opens: clicked open, once it shows; null if it does not.
+    QObject* openMenu(QQuickItem* face)
+    {
+        click(face);
+        QObject* menu = nullptr;
+        QTest::qWaitFor([&] { return (menu = prop(face, "menu")) && menu->property("opened").toBool(); });
+        return menu && menu->property("opened").toBool() ? menu : nullptr;
+    }
+
     // Runs the queue to its closing pause, where the overlay shows the summary.
     void runToSummary()
     {
@@ -283,7 +292,8 @@ private slots:
         QCOMPARE(menus.size(), 2);
         for (const auto& [face, menu] : {std::pair{QString("Auto (Mono)"), menus[0]}, {QString("Auto (Stereo)"), menus[1]}}) {
             QCOMPARE(named(menu, "overrideText")->property("text").toString(), face);
-            QObject* choices = menu->findChild<QObject*>("overrideChoices");
+            QObject* choices = openMenu(menu);
+            QVERIFY(choices);
             QStringList labels, ticked;
             for (int i = 0; i < choices->property("count").toInt(); ++i) {
                 QQuickItem* entry = itemAt(choices, i);
@@ -294,13 +304,14 @@ private slots:
             }
             QCOMPARE(labels, (QStringList{face, "Mono", "Stereo"}));
             QCOMPARE(ticked, QStringList{face});
+            QTest::keyClick(window.get(), Qt::Key_Escape);
+            QTRY_VERIFY(!choices->property("visible").toBool());
         }
 
-        QObject* choices = menus[1]->findChild<QObject*>("overrideChoices");
         QQuickItem* wave = named(menus[1]->parentItem()->parentItem(), "waveform");
         QCOMPARE(wave->property("lanes").toInt(), 2);
-        click(menus[1]);
-        QTRY_VERIFY(choices->property("opened").toBool());
+        QObject* choices = openMenu(menus[1]);
+        QVERIFY(choices);
         click(itemAt(choices, 1));
         QCOMPARE(q[1]->overrideChoice(), ChannelOverride::mono);
         QCOMPARE(q[0]->overrideChoice(), ChannelOverride::automatic);
@@ -316,10 +327,8 @@ private slots:
         const auto q = queue({"Gtr.L.sd2", "Gtr.R.sd2"}, true);
         QCOMPARE(q.size(), 1u);
         for (const QString& action : {"Split into L and R", "Join L and R"}) {
-            QQuickItem* menu = named(rows().value(0), "overrideMenu");
-            QObject* choices = menu->findChild<QObject*>("overrideChoices");
-            click(menu);
-            QTRY_VERIFY(choices->property("opened").toBool());
+            QObject* choices = openMenu(named(rows().value(0), "overrideMenu"));
+            QVERIFY(choices);
             QQuickItem* last = itemAt(choices, choices->property("count").toInt() - 1);
             QCOMPARE(last->property("text").toString(), action);
             click(last);
