@@ -34,7 +34,7 @@ ListView {
     }
     section.property: "section"
     section.delegate: Item {
-        required property string section
+        // `section` is a context property here: the list reuses its headings, and sets only that.
         readonly property bool bench: section === "bench"
         objectName: bench ? "benchHeader" : "completedHeader"
         // The list keeps a spare heading after its section empties; it must not show.

@@ -422,6 +422,8 @@ private slots:
         QTRY_VERIFY((failed = failedRow()));
         QVERIFY(list->mapRectToScene(list->boundingRect()).contains(failed->mapRectToScene(failed->boundingRect())));
         QVERIFY(failed->property("flashing").toBool());
+        QCOMPARE(heading("benchHeader"), QStringLiteral("QUEUE · 1")); // headings the list reused as rows moved
+        QCOMPARE(heading("completedHeader"), QStringLiteral("COMPLETED · 12"));
         QTRY_VERIFY_WITH_TIMEOUT(!failed->property("flashing").toBool(), 3000);
     }
 
