@@ -2,6 +2,7 @@
 #include "core/io/splitStereo.hpp"
 #include "model/intake.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace quorvel {
@@ -288,49 +289,44 @@ void ConverterModel::splitPair(FileItem* item)
         detect(half);
 }
 
-FileItemPtr ConverterModel::partnerOf(const FileItem* item) const
+std::optional<QueuedSource> ConverterModel::pairWith(const FileItem* item) const
 {
     if (!item || item->isPair())
-        return nullptr;
+        return std::nullopt;
     // Paired as intake pairs them, among the files queued from the same folder.
     const std::filesystem::path path = item->filePath();
-    std::vector<FileItemPtr> neighbours;
-    PathList paths;
+    PathList neighbours;
     for (const FileItemPtr& other : queue())
-        if (!other->isPair() && other->filePath().parent_path() == path.parent_path()) {
-            neighbours.push_back(other);
-            paths.push_back(other->filePath());
-        }
-    for (const QueuedSource& source : joinSplitStereo(paths)) {
-        if (!source.right || (source.path != path && *source.right != path))
-            continue;
-        const std::filesystem::path other = source.path == path ? *source.right : source.path;
-        for (const FileItemPtr& neighbour : neighbours)
-            if (neighbour->filePath() == other)
-                return neighbour;
-    }
-    return nullptr;
+        if (!other->isPair() && other->filePath().parent_path() == path.parent_path())
+            neighbours.push_back(other->filePath());
+    for (const QueuedSource& source : joinSplitStereo(neighbours))
+        if (source.right && (source.path == path || *source.right == path))
+            return source;
+    return std::nullopt;
 }
 
 bool ConverterModel::canJoin(FileItem* item) const
 {
-    const FileItemPtr partner = partnerOf(item);
-    return partner && item->state() != FileItem::working && partner->state() != FileItem::working;
+    const std::optional<QueuedSource> pair = pairWith(item);
+    return pair && std::none_of(queue().begin(), queue().end(), [&](const FileItemPtr& other) {
+               return !other->isPair() && (other->filePath() == pair->path || other->filePath() == *pair->right) &&
+                      other->state() == FileItem::working;
+           });
 }
 
 void ConverterModel::joinPair(FileItem* item)
 {
     if (!canJoin(item))
         return;
-    const FileItemPtr partner = partnerOf(item);
-    const bool itemFirst = items_.rowOf(item) < items_.rowOf(partner.get());
-    const FileItem* first = itemFirst ? item : partner.get();
-    const FileItem* second = itemFirst ? partner.get() : item;
-    const QueuedSource source = joinSplitStereo({first->filePath(), second->filePath()}).front();
-    const auto pair = std::make_shared<FileItem>(QueuedSource{source.path, source.right, first->root()});
-    items_.removeIf([&](const FileItem& candidate) { return &candidate == second; });
-    items_.replace(first, {pair});
-    detect(pair);
+    const QueuedSource pair = *pairWith(item);
+    std::vector<const FileItem*> halves; // in queue order
+    for (const FileItemPtr& other : queue())
+        if (!other->isPair() && (other->filePath() == pair.path || other->filePath() == *pair.right))
+            halves.push_back(other.get());
+    const auto joined = std::make_shared<FileItem>(QueuedSource{pair.path, pair.right, halves.front()->root()});
+    items_.removeIf([&](const FileItem& candidate) { return &candidate == halves.back(); });
+    items_.replace(halves.front(), {joined});
+    detect(joined);
 }
 
 } // namespace quorvel

@@ -182,7 +182,8 @@ private:
     void setPhaseFailed(bool on);
 
     FileItemPtr find(const FileItem* item) const;
-    FileItemPtr partnerOf(const FileItem* item) const;
+    // The split-stereo pair the item is one half of, when the other half is queued too.
+    std::optional<QueuedSource> pairWith(const FileItem* item) const;
     void takeInNext();
     void appendItems(const std::vector<FileItemPtr>& added);
     void reportSkipped(const std::vector<SkippedPath>& skipped);

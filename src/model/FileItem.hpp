@@ -89,7 +89,6 @@ public:
     // Pictures of the detection's windows in every reading, from the last detection: one
     // set per file (a pair's left half first). Empty until a detection has finished.
     using Sketches = std::vector<std::vector<WindowSketch>>;
-    const std::shared_ptr<const Sketches>& sketches() const { return sketches_; }
     // The picture of the file as `choice` and the channel override read it: one lane for
     // mono, left and right for stereo; none before detection.
     std::vector<WindowSketch::Lane> readingLanes(SourceFormatChoice choice) const;

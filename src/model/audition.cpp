@@ -85,7 +85,8 @@ void ConverterModel::revealOutput()
 {
     const QUrl folder = outputFolder_.isEmpty() ? defaultOutDir().value_or(QUrl()) : outputFolder_;
     if (!folder.isEmpty() && !services_.reveal(folder))
-        setStatusLine(QStringLiteral("Couldn't open a file manager — the files are in %1").arg(QString::fromLocal8Bit(pathForUrl(folder).string())));
+        setStatusLine(QStringLiteral("Couldn't open a file manager — the files are in %1")
+                          .arg(QString::fromLocal8Bit(pathForUrl(folder).string())));
 }
 
 } // namespace quorvel

@@ -9,7 +9,6 @@ Item {
     readonly property alias footer: footer
     readonly property alias header: header
     readonly property alias warning: warning
-    readonly property alias list: list
     readonly property alias stopSheet: stopSheet
     property bool dontShowWarning: false
 

@@ -14,7 +14,6 @@ ListView {
     spacing: 10
     reuseItems: true
     boundsBehavior: Flickable.StopAtBounds
-    activeFocusOnTab: false
     ScrollBar.vertical: ScrollBar {
         policy: ScrollBar.AlwaysOn
     }
