@@ -168,10 +168,14 @@ int main(int argc, char* argv[])
         {0, [&] { window->resize(startSize); QTest::mouseMove(window, {5, 5}); }},
         {600, [&] { press(Qt::Key_Return); }},
         {1700, [&] { shot("10-running"); }},
+        // Closing while it runs asks first; Return keeps bouncing.
+        {0, [&] { window->close(); }},
+        {500, [&] { shot("11-stop-asked"); }},
+        {0, [&] { press(Qt::Key_Return); }},
         // The run's end: the list, scrolled away meanwhile, brings the failed file into view.
         {0, [&] { QMetaObject::invokeMethod(list(), "positionViewAtEnd"); }},
-        {7500, [&] { shot("11-summary"); }},
-        {2400, [&] { shot("12-after-failures"); }},
+        {7000, [&] { shot("12-summary"); }},
+        {2400, [&] { shot("13-after-failures"); }},
     });
     return app.exec();
 }

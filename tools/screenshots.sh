@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Screenshots of the window under Xvfb on a 1920×1080 screen, once with OpenGL and once with
 # the software renderer: first launch, at rest, with a queue, the rows' pictures of a right
-# and a wrong reading, the source-format menu, a row's tooltips, the minimum size, a run and
-# its end with a failure. Usage: tools/screenshots.sh [FOLDER]
+# and a wrong reading, the source-format menu, a row's tooltips, the minimum size, a run, the
+# question on closing during it, and its end with a failure. Usage: tools/screenshots.sh [FOLDER]
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 out="${1:-$root/build/screenshots}"
