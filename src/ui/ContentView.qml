@@ -80,11 +80,14 @@ Item {
     }
     Component.onCompleted: if (!Settings.hideVolumeWarning) warning.open()
 
-    // Closing the window while files are being written asks first.
+    // Closing the window while files are being written asks first. Quitting closes the
+    // window again, which must not ask again.
+    property bool stopped: false
     StopSheet {
         id: stopSheet
         onStop: {
             Model.stopBouncing()
+            view.stopped = true
             Qt.quit()
         }
     }

@@ -31,7 +31,7 @@ ApplicationWindow {
 
     // While files are being written, closing asks first.
     onClosing: close => {
-        if (Model.isConverting && !Model.phaseDone) {
+        if (Model.isConverting && !Model.phaseDone && !content.stopped) {
             close.accepted = false
             content.askToStop()
         }

@@ -533,6 +533,7 @@ private slots:
         QTRY_VERIFY(sheet->property("opened").toBool());
         click(named(sheet->property("contentItem").value<QQuickItem*>(), "stopButton"));
         QCOMPARE(quit.size(), 1);
+        QVERIFY(window->close()); // quitting closes the window without asking again
         gate.release();
         QTRY_VERIFY(!model->isConverting());
         QStringList written;
