@@ -127,7 +127,6 @@ Item {
     }
     FileDialog {
         id: fileDialog
-        objectName: "fileDialog"
         title: "Choose .sd2 files"
         fileMode: FileDialog.OpenFiles
         onAccepted: Model.addURLs(selectedFiles)

@@ -8,7 +8,6 @@ Item {
     property var options: []
     property var value
     property real faceWidth: 200
-    readonly property alias menu: menu
     signal picked(var value)
     readonly property string currentLabel: options.find(option => option.value === value)?.label ?? ""
 
