@@ -10,8 +10,9 @@
 #include "core/io/SyncedLog.hpp"
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/keptTree.hpp"
-#include "core/pipeline/treeFolders.hpp"
+#include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/outputNaming.hpp"
+#include "core/pipeline/treeFolders.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -68,6 +69,9 @@ private:
 // What the files of a run share: output names in queue order, the kept tree and its folders,
 // and the report being written.
 struct Run {
+    // `linkFree`: the default output folder, in whose kept tree no link is followed.
+    explicit Run(std::optional<fs::path> linkFree) : folders(std::move(linkFree)) {}
+
     OrderedNames names;
     std::optional<KeptTree> tree;
     TreeFolders folders;
@@ -215,7 +219,7 @@ BounceResult convertOne(const QueuedSource& source, const ConvertOptions& option
     // is bounced, so its detection happens there.
     std::optional<Detection> detection;
     if (!source.isPair())
-        detection = detectPath(source.path.string(), settings.sourceFormat);
+        detection = detectPath(source.path.string(), source.root, settings.sourceFormat);
     const auto* found = detection ? std::get_if<FileDetection>(&*detection) : nullptr;
     const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
     const std::int64_t detectedChannels = found ? found->channels.channels : 2;
@@ -228,7 +232,7 @@ BounceResult convertOne(const QueuedSource& source, const ConvertOptions& option
                               }
                               return detectedChannels;
                           },
-                          source.right};
+                          source.right, source.root};
     return bounceFile(item, settings, observer);
 }
 
@@ -264,8 +268,9 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     // fails before writing.
     const std::optional<QueuedSource> first = firstReadable(queue.sources);
     const fs::path location = defaultOutputLocation(first.value_or(queue.sources.front()), options.keepTree);
-    settings.outputFolder = options.outputFolder.empty() ? location / "_sd2_outputs" : fs::path(options.outputFolder);
-    Run run;
+    const bool chosenFolder = !options.outputFolder.empty();
+    settings.outputFolder = chosenFolder ? fs::path(options.outputFolder) : location / kDefaultOutputFolderName;
+    Run run(chosenFolder ? std::nullopt : std::optional(settings.outputFolder));
     if (options.keepTree)
         run.tree.emplace(settings.outputFolder, queue.sources);
 
@@ -279,7 +284,6 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
             << "/" << options.shard.n << "\n";
         return std::max(status, report.finish(err));
     }
-    removeAbandonedPartials(records, run, settings.outputFolder);
     if (!options.report.empty()) {
         if (!skipConverted(records, options.report, err))
             return 1;
@@ -292,10 +296,16 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
             return 1;
         }
     }
-    if (first) {
+    if (first && chosenFolder) {
         std::error_code ignored; // a folder that cannot be made shows up in every file's write error
         fs::create_directories(settings.outputFolder, ignored);
+    } else if (first) {
+        OutputFolder folder = makeDefaultOutputFolder(location);
+        settings.outputFolderError = std::move(folder.error);
     }
+    // Swept only once the default folder is known not to lead elsewhere.
+    if (settings.outputFolderError.empty())
+        removeAbandonedPartials(records, run, settings.outputFolder);
 
     std::vector<QueuedSource> sources;
     for (const FileRecord& record : records)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/detection/windowSketch.hpp"
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
 #include "core/io/splitStereo.hpp"
@@ -10,9 +11,11 @@
 #include <QUuid>
 
 #include <atomic>
-#include <filesystem>
-#include <optional>
 #include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
 
 namespace quorvel {
 
@@ -90,6 +93,13 @@ public:
     // The fixed format of a fixed choice, else the detected one.
     SourceFormat effectiveFormat(SourceFormatChoice choice) const;
 
+    // Pictures of the detection's windows in every reading, from the last detection: one
+    // set per file (a pair's left half first). Empty until a detection has finished.
+    using Sketches = std::vector<std::vector<WindowSketch>>;
+    // The picture of the file as `choice` and the channel override read it: one lane for
+    // mono, left and right for stereo; none before detection.
+    std::vector<WindowSketch::Lane> readingLanes(SourceFormatChoice choice) const;
+
     void setDetectedChannels(std::int64_t channels);
     void setDetectedFormat(SourceFormat format);
     void setConfidence(const QString& confidence);
@@ -99,6 +109,7 @@ public:
     void setStatus(const QString& status);
     void setState(State state);
     void setOutputURL(const QUrl& url);
+    void setSketches(std::shared_ptr<const Sketches> sketches);
 
 signals:
     void detectedChannelsChanged();
@@ -109,8 +120,7 @@ signals:
     void statusChanged();
     void stateChanged();
     void outputURLChanged();
-    // Any of the above, for the list model's rows.
-    void changed();
+    void sketchesChanged();
 
 private:
     const QUuid id_ = QUuid::createUuid();
@@ -125,6 +135,7 @@ private:
     QString status_ = QStringLiteral("Ready");
     State state_ = ready;
     QUrl outputURL_;
+    std::shared_ptr<const Sketches> sketches_;
 };
 
 } // namespace quorvel

@@ -29,24 +29,27 @@ void ConverterModel::preview(FileItem* item)
     const std::int64_t settingRate = sourceRate_.rawValue();
     const std::filesystem::path source = item->filePath();
     const std::optional<std::filesystem::path> right = item->rightFilePath();
+    const std::optional<std::filesystem::path> root = item->root();
     const QString name = item->fileName();
 
-    inBackground([=, this] {
+    // Ahead of any detections still waiting: the user is listening for it.
+    inBackground(detectionPool_, [=, this] {
         const MappedFile file = MappedFile::open(source);
         bool written = false;
         try { // a write error, or no memory left for the excerpt
             // Played as it will be bounced: the file's own audio bytes at its own rate, and a
             // split-stereo pair's two halves side by side.
-            FileSource audio = findFileSource(source);
-            const bool read = file.ok() && guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
+            FileSource audio = findFileSource(source, root);
+            const bool read = file.ok() && audio.unreadable.empty() &&
+                              guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
             const std::int64_t rate = audio.description ? audio.description->rate : settingRate;
             const std::int64_t frames = rate * kPreviewSeconds;
             PcmBufferPtr excerpt;
             if (read && right) {
                 const MappedFile rightFile = MappedFile::open(*right);
                 if (rightFile.ok())
-                    excerpt = decodePairToBuffer(audio.audio(file.bytes()), findFileSource(*right).audio(rightFile.bytes()),
-                                                 format, rate, frames);
+                    excerpt = decodePairToBuffer(audio.audio(file.bytes()),
+                                                 findFileSource(*right, root).audio(rightFile.bytes()), format, rate, frames);
             } else if (read) {
                 excerpt = decodeToBuffer(audio.audio(file.bytes()), format, rate, channels, frames);
             }
@@ -70,7 +73,7 @@ void ConverterModel::preview(FileItem* item)
             previewSound_->play();
             setStatusLine(QStringLiteral("Previewing %1 as %2…").arg(name, channels == 1 ? QStringLiteral("mono") : QStringLiteral("stereo")));
         });
-    });
+    }, 1);
 }
 
 void ConverterModel::stopPreview()
@@ -83,8 +86,9 @@ void ConverterModel::stopPreview()
 void ConverterModel::revealOutput()
 {
     const QUrl folder = outputFolder_.isEmpty() ? defaultOutDir().value_or(QUrl()) : outputFolder_;
-    if (!folder.isEmpty())
-        services_.reveal(folder);
+    if (!folder.isEmpty() && !services_.reveal(folder))
+        setStatusLine(QStringLiteral("Couldn't open a file manager — the files are in %1")
+                          .arg(QString::fromLocal8Bit(pathForUrl(folder).string())));
 }
 
 } // namespace quorvel

@@ -1,13 +1,11 @@
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/keptTree.hpp"
+#include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/outputNaming.hpp"
+#include "core/pipeline/stopBetweenBlocks.hpp"
 #include "core/pipeline/treeFolders.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 
 #include <algorithm>
 
@@ -18,6 +16,7 @@ struct ConverterModel::BatchSnapshot {
     std::vector<FileItemPtr> pending;
     BounceSettings settings;
     std::optional<KeptTree> tree; // when the folder structure is kept
+    std::optional<std::filesystem::path> linkFree; // the default output folder, whose tree follows no link
 };
 
 namespace {
@@ -49,7 +48,7 @@ public:
     void analysed(const std::string& line) override
     {
         model_.post([&model = model_, line = text(line)] { model.setPhaseDetail(line); });
-        model_.services_.pause(pace_);
+        model_.pause(pace_);
     }
     void printing(const std::string& title) override
     {
@@ -79,9 +78,14 @@ void ConverterModel::convertAll()
 {
     if (queue().empty())
         return;
-    const std::filesystem::path folder = pathForUrl(outputFolder_.isEmpty() ? *defaultOutDir() : outputFolder_);
-    std::error_code ignored; // a folder that cannot be made shows in every file's write error
-    std::filesystem::create_directories(folder, ignored);
+    OutputFolder folder;
+    if (outputFolder_.isEmpty()) {
+        folder = makeDefaultOutputFolder(defaultOutputLocation(queue().front()->source(), keepFolderStructure_));
+    } else {
+        folder.path = pathForUrl(outputFolder_);
+        std::error_code ignored; // a folder that cannot be made shows in every file's write error
+        std::filesystem::create_directories(folder.path, ignored);
+    }
 
     BatchSnapshot snapshot;
     std::copy_if(queue().begin(), queue().end(), std::back_inserter(snapshot.pending),
@@ -106,14 +110,33 @@ void ConverterModel::convertAll()
                          targetDepth_.rawValue(),
                          targetChannels_,
                          normalizeLoudness_,
-                         folder};
+                         folder.path,
+                         folder.error};
     if (keepFolderStructure_) {
         std::vector<QueuedSource> sources;
         for (const FileItemPtr& item : queue())
             sources.push_back(item->source());
-        snapshot.tree.emplace(folder, sources);
+        snapshot.tree.emplace(folder.path, sources);
+        if (outputFolder_.isEmpty())
+            snapshot.linkFree = folder.path;
     }
-    inBackground([this, snapshot = std::move(snapshot)] { runBatch(snapshot); });
+    // The last run's thread has posted its end by now and is returning.
+    if (worker_.joinable())
+        worker_.join();
+    stop_ = false;
+    handOff(this);
+    worker_ = std::thread([this, snapshot = std::move(snapshot)] {
+        takeOver(this);
+        runBatch(snapshot);
+    });
+}
+
+void ConverterModel::stopBouncing() { stop_ = true; }
+
+void ConverterModel::pause(double seconds)
+{
+    if (!stop_)
+        services_.pause(seconds);
 }
 
 void ConverterModel::runBatch(const BatchSnapshot& snapshot)
@@ -121,10 +144,17 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
     const std::size_t n = snapshot.pending.size();
     const double pace = paceFor(n);
     int failures = 0;
-    TreeFolders folders;
-    services_.pause(kBeforeFirstFile);
+    TreeFolders folders(snapshot.linkFree);
+    const StopBetweenBlocks stopping(stop_);
+    const auto closeRun = [this] {
+        post([this] { setShowOverlay(false); });
+        post([this] { setIsConverting(false); });
+    };
+    pause(kBeforeFirstFile);
 
     for (std::size_t i = 0; i < n; ++i) {
+        if (stop_)
+            return closeRun();
         const FileItemPtr& item = snapshot.pending[i];
         const double progress = static_cast<double>(i + 1) / static_cast<double>(n);
         const QString title = n == 1 ? QStringLiteral("Auditioning the source…")
@@ -133,12 +163,20 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         post([item] { item->setStatus(QStringLiteral("Bouncing…")); });
         post([this, title] { setPhaseTitle(title); });
         post([this, name = item->fileName()] { setPhaseDetail(name); });
-        services_.pause(kAfterAnnouncing);
+        pause(kAfterAnnouncing);
 
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
-                                [&] { return item->sourceChannels(); }, item->rightFilePath()};
+                                [&] { return item->sourceChannels(); }, item->rightFilePath(), item->root()};
         BatchWorker worker(*this, item, pace, snapshot.tree, folders);
         const BounceResult result = bounceFile(source, snapshot.settings, worker);
+        if (stop_) {
+            // Stopped while it was being written: it was not meant to be finished.
+            if (result.ok) {
+                std::error_code ignored;
+                std::filesystem::remove(result.output, ignored);
+            }
+            return closeRun();
+        }
         if (!result.ok)
             ++failures;
 
@@ -148,7 +186,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         post([item, status = text(result.status)] { item->setStatus(status); });
         post([this, progress] { setOverallProgress(progress); });
         if (result.analysed)
-            services_.pause(std::min(pace, kMostAfterResult));
+            pause(std::min(pace, kMostAfterResult));
     }
 
     const QString folderName = QString::fromLocal8Bit(snapshot.settings.outputFolder.filename().string());
@@ -168,9 +206,8 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
                               .arg(QString::number(n), n == 1 ? QString() : QStringLiteral("s"), folderName));
         });
     }
-    services_.pause(kBeforeClosing);
-    post([this] { setShowOverlay(false); });
-    post([this] { setIsConverting(false); });
+    pause(kBeforeClosing);
+    closeRun();
 }
 
 } // namespace quorvel

@@ -69,13 +69,13 @@ void walk(const fs::path& folder, std::vector<Found>& out, std::vector<SkippedPa
         skipped.push_back({folder, error.message()});
     std::sort(entries.begin(), entries.end());
     for (const fs::directory_entry& entry : entries) {
-        if (isSd2Candidate(entry.path()))
+        if (isSd2Candidate(entry.path(), root))
             out.push_back({entry.path(), root, given});
         std::error_code typeError;
         const bool symlink = entry.is_symlink(typeError);
         if (!typeError && !symlink && entry.is_directory(typeError))
             walk(entry.path(), out, skipped, root, given);
-        else if (typeError && !isSd2Candidate(entry.path()))
+        else if (typeError && !isSd2Candidate(entry.path(), root))
             skipped.push_back({entry.path(), typeError.message()});
     }
 }
@@ -91,7 +91,7 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
         std::error_code error;
         if (fs::is_directory(fs::status(path, error)))
             walk(path, candidates, intake.skipped, path, i);
-        else if (isSd2Candidate(path))
+        else if (isSd2Candidate(path, std::nullopt))
             candidates.push_back({path, std::nullopt, i});
         else if (error)
             intake.skipped.push_back({path, error.message()});

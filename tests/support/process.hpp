@@ -8,15 +8,25 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace quorvel::test {
 
+// Signals whose default action ends the process (SIGKILL aside), a sample of each kind;
+// the faults only where AddressSanitizer has not taken them over.
+inline const int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM, SIGXCPU,
+                                     SIGVTALRM, SIGPROF, SIGABRT, SIGSYS, SIGRTMIN,
+#ifndef __SANITIZE_ADDRESS__
+                                     SIGBUS, SIGSEGV,
+#endif
+};
+
 // Starts sd2wav in `folder` without a shell, stdout on `out` and stderr on `err` (else
-// /dev/null), and returns its process id.
+// /dev/null) and `closed` (a standard descriptor) closed, and returns its process id.
 inline pid_t startSd2wav(const std::filesystem::path& folder, const std::vector<std::string>& args, int out = -1,
-                         int err = -1)
+                         int err = -1, int closed = -1)
 {
     std::vector<std::string> words{SD2WAV_PATH};
     words.insert(words.end(), args.begin(), args.end());
@@ -32,9 +42,13 @@ inline pid_t startSd2wav(const std::filesystem::path& folder, const std::vector<
         ::dup2(null, STDIN_FILENO);
         ::dup2(out >= 0 ? out : null, STDOUT_FILENO);
         ::dup2(err >= 0 ? err : null, STDERR_FILENO);
+        if (closed >= 0)
+            ::close(closed);
         // As from a terminal, even when the test runs as a background job (SIGINT ignored).
-        for (const int signal : {SIGINT, SIGTERM, SIGPIPE})
+        for (const int signal : kEndingSignals)
             ::signal(signal, SIG_DFL);
+        const rlimit noCore{0, 0};
+        ::setrlimit(RLIMIT_CORE, &noCore);
         ::execv(argv[0], argv.data());
         _exit(98);
     }

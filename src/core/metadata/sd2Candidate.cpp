@@ -23,7 +23,7 @@ std::string lowerExtension(const fs::path& path)
 }
 } // namespace
 
-bool isSd2Candidate(const fs::path& path)
+bool isSd2Candidate(const fs::path& path, const std::optional<fs::path>& root)
 {
     if (isSidecarPath(path))
         return false;
@@ -33,7 +33,7 @@ bool isSd2Candidate(const fs::path& path)
     std::error_code error;
     if (!fs::is_regular_file(path, error))
         return false;
-    return hasSd2FinderType(path, extension.empty() || extension == ".bin" || extension == ".as");
+    return hasSd2FinderType(path, extension.empty() || extension == ".bin" || extension == ".as", root);
 }
 
 } // namespace quorvel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 
 namespace quorvel {
 
@@ -9,6 +10,7 @@ namespace quorvel {
 // such as "Mix 3", MacBinary and AppleSingle files). Headers are read only for names a
 // container or a classic Mac file carries (".bin", ".as", no dot), so a walk through a
 // folder of other files costs little more than its listing. Sidecars themselves never are.
-bool isSd2Candidate(const std::filesystem::path& path);
+// `root` is the folder the path was found under, as for findFileSource.
+bool isSd2Candidate(const std::filesystem::path& path, const std::optional<std::filesystem::path>& root);
 
 } // namespace quorvel

@@ -12,6 +12,10 @@ TreeFolders::Hold TreeFolders::hold(const fs::path& folder)
     const std::lock_guard lock(mutex_);
     std::vector<fs::path> missing;
     std::error_code error;
+    if (linkFree_)
+        for (fs::path f = folder; f.native().size() > linkFree_->native().size(); f = f.parent_path())
+            if (fs::is_symlink(fs::symlink_status(f, error)))
+                throw std::runtime_error("couldn't use " + f.string() + ": it is a symbolic link");
     for (fs::path f = folder; !f.empty() && !fs::exists(f, error); f = f.parent_path()) {
         missing.push_back(f);
         if (f == f.parent_path())

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -13,6 +14,10 @@ namespace quorvel {
 // behind. Folders that existed before are never removed. Shared by the threads of a run.
 class TreeFolders {
 public:
+    // Below `linkFree` (the default output folder: one the user did not choose) a link in the
+    // way is refused, not followed: one planted there would send outputs wherever it points.
+    explicit TreeFolders(std::optional<std::filesystem::path> linkFree = std::nullopt) : linkFree_(std::move(linkFree)) {}
+
     // Keeps a folder from being removed while a file is written into it.
     class Hold {
     public:
@@ -32,13 +37,14 @@ public:
     };
 
     // Makes `folder` and its missing parents. Throws std::runtime_error ("couldn't make the
-    // folder F: reason") when it cannot.
+    // folder F: reason", "couldn't use F: it is a symbolic link") when it cannot.
     Hold hold(const std::filesystem::path& folder);
 
 private:
     // Removes the folders this made that are now empty and that no one holds, from `folder` up.
     void release(const std::filesystem::path& folder);
 
+    std::optional<std::filesystem::path> linkFree_;
     std::mutex mutex_;
     std::map<std::filesystem::path, int> holders_;
     std::set<std::filesystem::path> made_;
