@@ -12,10 +12,8 @@ namespace {
 
 std::string jsonLine(const QueuedSource& source, const Detection& outcome, std::int64_t defaultRate, bool autoChoice)
 {
-    std::string line = "{\"path\":" + jsonString(source.path.string());
-    if (source.isPair())
-        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
-                jsonString(source.right->string()) + "}";
+    std::string line = "{";
+    line += jsonSource(source);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
         return line + ",\"error\":" + jsonString("Unreadable file: " + failed->reason) + "}";
     if (const auto* pair = std::get_if<PairDetection>(&outcome)) {

@@ -32,6 +32,8 @@ class FileItem : public QObject {
     Q_PROPERTY(QString fileName READ fileName CONSTANT)
     Q_PROPERTY(bool isPair READ isPair CONSTANT)
     Q_PROPERTY(QString halves READ halves CONSTANT)
+    Q_PROPERTY(QString folder READ folder CONSTANT)
+    Q_PROPERTY(QString path READ path CONSTANT)
     Q_PROPERTY(qint64 detectedChannels READ detectedChannels NOTIFY detectedChannelsChanged)
     Q_PROPERTY(QString detectedFormat READ detectedFormatId NOTIFY detectedFormatChanged)
     Q_PROPERTY(QString confidence READ confidence NOTIFY confidenceChanged)
@@ -66,6 +68,11 @@ public:
     QString halves() const; // "Gtr.L.sd2 + Gtr.R.sd2" for a pair, else empty
     // The folder the file was found under, as given or dropped; none for a file given by itself.
     const std::optional<std::filesystem::path>& root() const { return root_; }
+    // Where it sits in what was dropped: "PT Session 12 › Audio Files" below the dropped
+    // folder, that folder's name for a file right in it, empty for a file given by itself.
+    QString folder() const;
+    // The file or pair as the core knows it.
+    QueuedSource source() const { return {filePath(), rightFilePath(), root_}; }
 
     std::int64_t detectedChannels() const { return detectedChannels_.load(); }
     SourceFormat detectedFormat() const { return static_cast<SourceFormat::Case>(detectedFormat_.load()); }

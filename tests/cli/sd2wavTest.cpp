@@ -1,5 +1,6 @@
 #include "support/files.hpp"
 #include "support/forks.hpp"
+#include "support/process.hpp"
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
@@ -14,10 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Outcome {
-    int exitCode;
-    std::string out, err;
-};
+using test::Outcome;
 
 std::string quoted(const std::string& word)
 {
@@ -34,16 +32,7 @@ std::string quoted(const std::string& word)
 
 class Sd2wav : public ::testing::Test {
 protected:
-    Outcome run(const std::vector<std::string>& args) const
-    {
-        std::string command = quoted(SD2WAV_PATH);
-        for (const auto& a : args)
-            command.append(" ").append(quoted(a));
-        command.append(" >").append(quoted((dir / "out").string()));
-        command.append(" 2>").append(quoted((dir / "err").string())).append(" </dev/null");
-        const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, test::slurp(dir / "out"), test::slurp(dir / "err")};
-    }
+    Outcome run(const std::vector<std::string>& args) const { return test::runSd2wav(dir, args); }
 
     std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) const
     {
@@ -198,8 +187,8 @@ TEST_F(Sd2wav, ConvertWritesWavFilesThatOtherToolsRead)
     EXPECT_EQ(serial.exitCode, 1) << "the static file fails";
     const auto out = lines(serial.out);
     ASSERT_EQ(out.size(), 3u) << serial.out << serial.err;
-    EXPECT_NE(out[0].find("\"ok\":false,\"status\":\"Reads as static — try another source format in Advanced\""), std::string::npos) << out[0];
-    EXPECT_NE(out[1].find("\"status\":\"Bounced → take_48kHz_24bit_stereo.wav\",\"format\":\"s24le\",\"channels\":2"), std::string::npos) << out[1];
+    EXPECT_NE(out[0].find("\"status\":\"Bounced → take_48kHz_24bit_stereo.wav\",\"format\":\"s24le\",\"channels\":2"), std::string::npos) << out[0];
+    EXPECT_NE(out[1].find("\"ok\":false,\"status\":\"Reads as static — try another source format in Advanced\""), std::string::npos) << out[1];
     EXPECT_NE(out[2].find("\"status\":\"Bounced → take_48kHz_24bit_stereo (2).wav\",\"format\":\"s16be\",\"channels\":1"), std::string::npos) << out[2];
 
     for (const char* name : {"take_48kHz_24bit_stereo.wav", "take_48kHz_24bit_stereo (2).wav"}) {
