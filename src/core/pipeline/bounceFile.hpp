@@ -3,6 +3,7 @@
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
 #include "core/pipeline/OutputTarget.hpp"
+#include "core/pipeline/provenance.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -17,13 +18,21 @@ namespace quorvel {
 struct BounceSettings {
     SourceFormatChoice sourceFormat = SourceFormatChoice::automatic();
     std::int64_t sourceRate = 44100;
-    std::int64_t targetRate = 48000;
-    std::int64_t depth = 24;
+    std::int64_t targetRate = 48000; // kSourceOwn: the source's own
+    std::int64_t depth = 24;         // kSourceOwn: the source's own (sourceDepth)
     TargetChannels channels = TargetChannels::stereo;
     bool normalize = false;
     std::filesystem::path outputFolder;
     std::string outputFolderError; // why the output folder cannot be used: every file fails with it
+    bool broadcastWav = true;      // false: plain WAV, without the bext and MD5 chunks
+    std::string originator = "Quorvel";
 };
+
+// A target rate or depth that keeps the source's own: a preservation master.
+inline constexpr std::int64_t kSourceOwn = 0;
+
+// The settings with kSourceOwn made the source's rate and depth.
+BounceSettings forSource(BounceSettings settings, std::int64_t sourceRate, SourceFormat format);
 
 // One queued file. Its fields are read through these at the moment the run needs them,
 // since the user may change them until then.
@@ -35,6 +44,8 @@ struct BounceItem {
     // The folder it was found under, as given or dropped; sidecars are looked for only up to
     // it. None for a file given by itself: its own folder only.
     std::optional<std::filesystem::path> root = std::nullopt;
+    // Whether sourceChannels is the user's choice rather than the detection's.
+    std::function<bool()> channelsSet = [] { return false; };
 };
 
 struct BounceResult;
@@ -53,10 +64,10 @@ public:
     virtual std::filesystem::path chooseOutput(const std::filesystem::path& dir, const std::string& base,
                                                std::int64_t rate, std::int64_t depth, std::int64_t channels);
     // When true, each output is put on disk before it appears under its final name, and
-    // beforePublishing hears of it then, with the result the bounce will have and the file's
-    // size: a record kept there lists every file that a killed run left under a final name.
+    // beforePublishing hears of it then, with the result the bounce will have (its facts
+    // filled in): a record kept there lists every file that a killed run left under a final name.
     virtual bool recordsOutputs() const { return false; }
-    virtual void beforePublishing(const BounceResult& /*result*/, std::int64_t /*bytes*/) {}
+    virtual void beforePublishing(const BounceResult& /*result*/) {}
 };
 
 struct BounceResult {
@@ -69,6 +80,9 @@ struct BounceResult {
     std::int64_t sourceChannels = 0;
     std::int64_t outputChannels = 0;
     bool autoCorrected = false;
+    std::int64_t sourceRate = 0;     // the rate the source was read at, once analysed
+    Origins from;                    // where its encoding, layout and rate came from
+    OutputFacts facts;               // the output written and the sources' SHA-256
 };
 
 struct ConversionResult;
@@ -92,8 +106,9 @@ std::int64_t outputChannelsFor(TargetChannels setting, std::int64_t sourceChanne
 // `result` finished by the conversion: its output and "Bounced → NAME", or why it choked.
 BounceResult withConversion(BounceResult result, const ConversionResult& converted);
 // Where the conversion writes: `to`, with the observer's record made just before publishing
-// when it keeps one. `result` is the bounce so far, and `note` what its status will add.
+// when it keeps one, and the bext chunk of `reading` unless the settings ask for a plain WAV.
+// `result` is the bounce so far, and `note` what its status will add.
 OutputTarget outputTarget(const std::filesystem::path& to, const BounceResult& result, BounceObserver& observer,
-                          const std::string& note = {});
+                          const BounceSettings& settings, const SourceReading& reading, const std::string& note = {});
 
 } // namespace quorvel
