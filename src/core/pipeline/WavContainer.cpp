@@ -117,13 +117,13 @@ void WavContainer::setBroadcastInfo(const std::string& reference)
         throw WriteError(std::string("couldn't write the bext chunk: ") + sf_strerror(file_.get()));
 }
 
-void WavContainer::write(std::span<const std::uint8_t> bytes)
+void WavContainer::write(std::vector<std::uint8_t>& block, std::size_t size)
 {
-    md5_.add(bytes);
-    const auto size = static_cast<sf_count_t>(bytes.size());
-    if (sf_write_raw(file_.get(), bytes.data(), size) != size)
+    const auto bytes = static_cast<sf_count_t>(size);
+    if (sf_write_raw(file_.get(), block.data(), bytes) != bytes)
         throw WriteError(std::string("couldn't write the file: ") + sf_strerror(file_.get()));
-    written_ += size;
+    written_ += bytes;
+    md5_.add(block, size);
 }
 
 std::filesystem::path WavContainer::finish(ExistingFile existing)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/io/Digest.hpp"
+#include "core/io/DigestThread.hpp"
 #include "core/io/PartialFile.hpp"
 #include "core/pipeline/OutputTarget.hpp"
 
@@ -38,8 +38,9 @@ public:
     WavContainer(const WavContainer&) = delete;
     WavContainer& operator=(const WavContainer&) = delete;
 
-    // The next bytes of the data chunk's payload.
-    void write(std::span<const std::uint8_t> bytes);
+    // The first `size` bytes of `block` are the data chunk's next bytes. The block is hashed
+    // on a thread of its own and swapped for a buffer of the same size to fill next.
+    void write(std::vector<std::uint8_t>& block, std::size_t size);
     // The loudness the audio was measured at, for the bext chunk.
     void measured(const MeasuredLoudness& loudness) { loudness_ = loudness; }
     // Completes the file, tells the target's beforePublish and puts it in place; returns
@@ -58,7 +59,7 @@ private:
         void operator()(sf_private_tag* file) const;
     };
     std::unique_ptr<sf_private_tag, Closer> file_;
-    Digest md5_{Digest::Kind::md5};
+    DigestThread md5_{Digest::Kind::md5};
     std::optional<MeasuredLoudness> loudness_;
     OutputFacts facts_;
 };

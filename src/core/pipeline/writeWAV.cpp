@@ -106,7 +106,7 @@ void WavWriter::write(std::span<const float* const> channels, std::int64_t frame
         case 24: packBlock<24>(channels, start, count, state_->block.data(), state_->quantised); break;
         default: packBlock<32>(channels, start, count, state_->block.data(), state_->quantised); break;
         }
-        state_->file.write(std::span(state_->block).first(static_cast<std::size_t>(count * frameBytes)));
+        state_->file.write(state_->block, static_cast<std::size_t>(count * frameBytes));
     }
 }
 

@@ -27,7 +27,7 @@ PassedThrough writeWAVPassThrough(ByteView s32be, std::int64_t rate, std::int64_
             throw WriteError("couldn't read audio");
         if (!to.sources.empty() && !to.sources.front()->upTo(in + size))
             throw WriteError("couldn't read audio");
-        file.write(std::span(block).first(static_cast<std::size_t>(size)));
+        file.write(block, static_cast<std::size_t>(size));
     }
     std::filesystem::path written = file.finish(ExistingFile::keep);
     return {std::move(written), file.facts()};
