@@ -154,17 +154,9 @@ namespace {
 // What ffprobe says of a WAV file: "codec channels rate frames", or empty when it cannot read it.
 std::string probe(const fs::path& wav)
 {
-    const std::string command = "ffprobe -v error -select_streams a:0 -count_packets -show_entries "
-                                "stream=codec_name,channels,sample_rate,duration_ts -of csv=p=0 " +
-                                quoted(wav.string()) + " 2>/dev/null";
-    std::string out;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-        char buffer[256];
-        while (fgets(buffer, sizeof buffer, pipe))
-            out += buffer;
-        pclose(pipe);
-    }
-    return out;
+    return test::commandOutput("ffprobe -v error -select_streams a:0 -count_packets -show_entries "
+                               "stream=codec_name,channels,sample_rate,duration_ts -of csv=p=0 " +
+                               quoted(wav.string()) + " 2>/dev/null");
 }
 
 } // namespace

@@ -1,15 +1,26 @@
 #include "core/io/DigestThread.hpp"
 
+#include <system_error>
+
 namespace quorvel {
 
 namespace {
 constexpr std::size_t kInFlight = 3;
 } // namespace
 
-DigestThread::DigestThread(Digest::Kind kind) : digest_(kind), thread_([this] { run(); }) {}
+DigestThread::DigestThread(Digest::Kind kind) : digest_(kind)
+{
+    try {
+        thread_ = std::thread([this] { run(); });
+    } catch (const std::system_error&) {
+        // No thread to be had (a process at its limit): the blocks are hashed as they come.
+    }
+}
 
 DigestThread::~DigestThread()
 {
+    if (!thread_.joinable())
+        return;
     {
         std::lock_guard lock(mutex_);
         ending_ = true;
@@ -20,6 +31,10 @@ DigestThread::~DigestThread()
 
 void DigestThread::add(std::vector<std::uint8_t>& block, std::size_t size)
 {
+    if (!thread_.joinable()) {
+        digest_.add(std::span(block).first(size));
+        return;
+    }
     const std::size_t capacity = block.size();
     std::vector<std::uint8_t> next;
     {

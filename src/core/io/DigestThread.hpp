@@ -13,7 +13,7 @@ namespace quorvel {
 
 // A Digest taken on a thread of its own, so hashing what was just written overlaps making the
 // next block instead of following it. Blocks are handed over whole and buffers come back to
-// be filled again; a few at most are in flight.
+// be filled again; a few at most are in flight. Without a thread to be had, it hashes in place.
 class DigestThread {
 public:
     explicit DigestThread(Digest::Kind kind);
