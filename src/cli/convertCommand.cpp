@@ -3,9 +3,11 @@
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
 #include "cli/report.hpp"
+#include "cli/sessions.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/outputNaming.hpp"
+#include "core/pipeline/sessionSettings.hpp"
 
 #include <algorithm>
 #include <condition_variable>
@@ -177,19 +179,20 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     OrderedNames names;
     if (progress)
         drawProgress(0, paths.size());
+    // Every source is detected first, and its session settled, as the app does once a
+    // folder's detections are in.
+    std::vector<SessionDetection> detected;
+    detected.reserve(sources.size());
+    detectInSessions(sources, settings.sourceFormat, options.common.jobs, options.common.session,
+                     [&](std::size_t, SessionDetection& source) { detected.push_back(std::move(source)); });
     forEachInOrder(
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
-            // Detect first, as the app does when a file is queued. A pair's halves are read
-            // when it is bounced, so its detection happens there.
-            std::optional<Detection> detection;
-            if (!sources[i].isPair())
-                detection = detectPath(sources[i].path.string(), settings.sourceFormat);
-            const auto* found = detection ? std::get_if<FileDetection>(&*detection) : nullptr;
-            const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
+            const auto* found = std::get_if<FileDetection>(&detected[i].detection);
+            const SourceFormat format = found ? found->format.best : SourceFormat{SourceFormat::s16be};
             const std::int64_t detectedChannels = found ? found->channels.channels : 2;
             const BounceItem item{
-                sources[i].path, [&] { return detected; },
+                sources[i].path, [&] { return format; },
                 [&]() -> std::int64_t {
                     switch (options.channelOverride) {
                     case ChannelOverride::mono: return 1;
@@ -200,7 +203,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                 },
                 sources[i].right};
             NamingObserver observer(names, i);
-            return bounceFile(item, settings, observer);
+            return bounceFile(item, withSession(settings, detected[i].session), observer);
         },
         [&](std::size_t i, const BounceResult& result) {
             if (!result.ok)

@@ -9,11 +9,12 @@
 namespace {
 
 constexpr const char* kUsage = R"(usage: sd2wav detect [--source-format auto|s16be|s24be|s16le|s24le] [--source-rate HZ]
-                     [--json] [--no-pairs] [-j N] PATH...
+                     [--json] [--no-pairs] [--no-session] [-j N] PATH...
        sd2wav convert [--rate 44100|48000|88200|96000] [--depth 16|24|32]
                       [--channels stereo|preserve|mono] [--normalize]
                       [--source-format F] [--source-rate 44100|48000|22050]
-                      [--mono|--stereo] [--no-pairs] [-o DIR] [-j N] [--json] PATH...
+                      [--mono|--stereo] [--no-pairs] [--no-session] [-o DIR] [-j N]
+                      [--json] PATH...
        sd2wav demo [FOLDER]
        sd2wav --help
 
@@ -29,11 +30,17 @@ bounces it to WAV.
              --source-rate HZ   the rate reported for files without their own
                                 metadata (default 44100)
              --json             one JSON object per line: path, format, channels,
-                                confidence, corr, scores, status, rate, from,
-                                container (or path, error); a split-stereo pair
-                                adds pair: {left, right}
+                                confidence, corr, scores, status, rate, from
+                                (metadata, session or detection), container
+                                (or path, error); a split-stereo pair adds
+                                pair: {left, right}
              --no-pairs         keep NAME.L and NAME.R as two mono files instead of
                                 joining them into one stereo source
+             --no-session       judge every file on its own: by default the files of
+                                one folder are one session, and a file without its
+                                own metadata takes the rate its folder's forks agree
+                                on, an unsure one the encoding and layout at least
+                                three sure files agree on
              -j N               files analysed at once (default: number of cores)
   convert  Bounce each file to WAV, as the Quorvel app's BOUNCE does: encoding checked
            and auto-corrected when it reads as static, never overwriting a file.
@@ -50,6 +57,7 @@ bounces it to WAV.
              --json             one JSON object per line: path, output, ok, status,
                                 format, channels, autoCorrected (and error)
              --no-pairs         convert NAME.L and NAME.R as two mono files
+             --no-session       judge every file on its own, as detect --no-session
   demo     Write synthetic music in all four encodings, mono and stereo, to FOLDER
            (default: sd2wav-demo), then detect it. Existing files are left alone.
 

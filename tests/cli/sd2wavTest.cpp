@@ -285,3 +285,40 @@ TEST_F(Sd2wav, MetadataGivesTheRateDetectReportsAndConvertUses)
     EXPECT_EQ(frames(dir / "o/Mix 3_44.1kHz_16bit_stereo.wav"), 44100u);
     EXPECT_EQ(frames(dir / "o/Take 1_44.1kHz_16bit_stereo.wav"), 96000u);
 }
+
+// The folder a file sits in is its session: forks there give the rate, and three confident
+// readings settle the file that cannot tell. Folders never vote for each other.
+TEST_F(Sd2wav, ASessionSettlesItsUnsureFilesBeforeAnythingIsPrinted)
+{
+    const auto take = test::encode(test::interleave(test::sine(24000, 40, 900000), test::sine(24000, 25, 700000)), SourceFormat::s24be);
+    write("A/a.sd2", take);
+    write("A/b.sd2", take);
+    write("A/c.sd2", take);
+    write("A/._c.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "2"})));
+    const std::string quiet = write("A/quiet.sd2", std::vector<std::uint8_t>(60000, 0));
+    write("A/sub/lone.sd2", std::vector<std::uint8_t>(60000, 0));
+    const std::string folder = (dir / "A").string();
+
+    const auto detected = lines(run({"detect", folder}).out);
+    ASSERT_EQ(detected.size(), 5u);
+    EXPECT_TRUE(detected[0].ends_with("24-bit BE (auto) · Stereo · confident · 48 kHz (session)")) << detected[0];
+    EXPECT_TRUE(detected[3].ends_with("lone.sd2  16-bit BE (auto) · Mono · silent/constant")) << detected[3];
+    EXPECT_TRUE(detected[4].ends_with("quiet.sd2     24-bit BE (auto) · Stereo · session · 48 kHz (session)")) << detected[4];
+    const std::string plain = run({"detect", "--no-session", quiet, folder + "/a.sd2"}).out;
+    EXPECT_TRUE(plain.ends_with("a.sd2      24-bit BE (auto) · Stereo · confident\n" + quiet +
+                                "  16-bit BE (auto) · Mono · silent/constant\n")) << plain;
+
+    const auto json = lines(run({"detect", "--json", "-j", "2", folder}).out);
+    ASSERT_EQ(json.size(), 5u);
+    EXPECT_TRUE(json[2].ends_with("\"rate\":48000,\"from\":\"metadata\",\"container\":\"AppleDouble\"}")) << json[2];
+    EXPECT_TRUE(json[3].ends_with("\"rate\":44100,\"from\":\"detection\"}")) << json[3];
+    EXPECT_NE(json[4].find("\"format\":\"s24be\",\"channels\":2,\"confidence\":\"session\""), std::string::npos) << json[4];
+    EXPECT_TRUE(json[4].ends_with("\"rate\":48000,\"from\":\"session\"}")) << json[4];
+
+    const Outcome converted = run({"convert", "--channels", "preserve", "-o", (dir / "wav").string(), folder});
+    ASSERT_EQ(converted.exitCode, 0) << converted.out;
+    EXPECT_EQ(probe(dir / "wav/a_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,24000\n") << "at the session's rate";
+    EXPECT_EQ(probe(dir / "wav/quiet_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,10000\n") << "in its encoding and layout";
+    ASSERT_EQ(run({"convert", "--no-session", "--channels", "preserve", "-o", (dir / "wav-plain").string(), quiet}).exitCode, 0);
+    EXPECT_EQ(probe(dir / "wav-plain/quiet_48kHz_24bit_mono.wav"), "pcm_s24le,48000,1,32653\n");
+}
