@@ -160,7 +160,8 @@ private:
     void setPhaseFailed(bool on);
 
     FileItemPtr find(const FileItem* item) const;
-    void detectPairItem(const FileItemPtr& item, SourceFormatChoice choice);
+    // Applies the session of the item's folder once all of the folder's detections are in.
+    void settleFolderOf(const FileItemPtr& item);
     void runBatch(const BatchSnapshot& snapshot);
 
     // Runs `change` on the main thread, after everything posted before it.

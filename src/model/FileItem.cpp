@@ -77,6 +77,31 @@ SourceFormat FileItem::effectiveFormat(SourceFormatChoice choice) const
     return choice.fixedFormat().value_or(detectedFormat());
 }
 
+SessionAnswer FileItem::session() const
+{
+    SessionAnswer answer;
+    if (const std::int64_t rate = sessionRate_.load())
+        answer.rate = rate;
+    if (const int format = sessionFormat_.load(); format >= 0) {
+        answer.format = static_cast<SourceFormat::Case>(format);
+        answer.channels = detectedChannels();
+    }
+    return answer;
+}
+
+void FileItem::detectionFinished(Reading reading)
+{
+    --detectionsRunning_;
+    reading_ = std::move(reading);
+    setSession({});
+}
+
+void FileItem::setSession(const SessionAnswer& answer)
+{
+    sessionRate_ = answer.rate.value_or(0);
+    sessionFormat_ = answer.format ? static_cast<int>(answer.format->index()) : -1;
+}
+
 // Each setter stores, then announces, so observers read the new value.
 template <class T, class U>
 static bool store(T& field, const U& value)

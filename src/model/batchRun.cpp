@@ -1,4 +1,5 @@
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/sessionSettings.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
 
@@ -111,7 +112,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
                                 [&] { return item->sourceChannels(); }, item->rightFilePath()};
         BatchWorker worker(*this, item, pace);
-        const BounceResult result = bounceFile(source, snapshot.settings, worker);
+        const BounceResult result = bounceFile(source, withSession(snapshot.settings, item->session()), worker);
         if (!result.ok)
             ++failures;
 

@@ -8,56 +8,94 @@
 namespace quorvel {
 
 namespace {
-void showUnreadable(FileItem& item)
+
+void show(FileItem& item, const std::monostate&)
 {
     item.setStatus(QStringLiteral("Unreadable file"));
     item.setConfidence(QStringLiteral("—"));
 }
+
+void show(FileItem& item, const FileDetection& found)
+{
+    item.setDetectedFormat(found.format.best);
+    item.setDetectedChannels(found.channels.channels);
+    item.setConfidence(QString::fromUtf8(found.channels.confidence));
+    item.setCorr(found.channels.corr);
+    item.setStatus(QString::fromStdString(found.status));
+}
+
+void show(FileItem& item, const PairDetection& found)
+{
+    item.setDetectedFormat(found.format);
+    item.setDetectedChannels(2);
+    item.setConfidence(found.agree ? QString::fromUtf8(found.confidence) : QStringLiteral("—"));
+    item.setCorr(found.left.channels.corr);
+    item.setStatus(QString::fromStdString(found.status));
+}
+
+SessionSource sessionSource(const FileItem::Reading& reading)
+{
+    return std::visit([](const auto& found) -> SessionSource {
+        if constexpr (std::is_same_v<std::decay_t<decltype(found)>, std::monostate>)
+            return std::monostate{};
+        else
+            return &found;
+    }, reading);
+}
+
 } // namespace
 
 void ConverterModel::detect(const FileItemPtr& item)
 {
     const SourceFormatChoice choice = sourceFormatChoice_;
-    // The task holds the item, never the model's fields; only the item's url is read off the main thread.
-    if (item->isPair()) {
-        detectPairItem(item, choice);
-        return;
-    }
+    item->detectionStarted();
+    // The task holds the item, never the model's fields; only the item's paths are read off the main thread.
     inBackground([this, item, choice] {
-        const MappedFile file = MappedFile::open(item->filePath());
-        const std::optional<FileDetection> detected =
-            file.ok() ? detectSource(item->filePath(), file.bytes(), choice) : std::nullopt;
-        if (!detected) {
-            post([item] { showUnreadable(*item); });
-            return;
+        FileItem::Reading reading;
+        if (item->isPair()) {
+            std::string unreadable;
+            if (auto pair = detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable))
+                reading = std::move(*pair);
+        } else if (const MappedFile file = MappedFile::open(item->filePath()); file.ok()) {
+            if (auto found = detectSource(item->filePath(), file.bytes(), choice))
+                reading = std::move(*found);
         }
-        post([item, found = *detected] {
-            item->setDetectedFormat(found.format.best);
-            item->setDetectedChannels(found.channels.channels);
-            item->setConfidence(QString::fromUtf8(found.channels.confidence));
-            item->setCorr(found.channels.corr);
-            item->setStatus(QString::fromStdString(found.status));
+        post([this, item, reading = std::move(reading)] {
+            std::visit([&](const auto& found) { show(*item, found); }, reading);
+            item->detectionFinished(reading);
+            settleFolderOf(item);
         });
     });
 }
 
-void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice choice)
+// Once every queued file of the item's folder is detected, the folder's session amends
+// their rows in place; a row being bounced or already bounced keeps what it shows.
+void ConverterModel::settleFolderOf(const FileItemPtr& item)
 {
-    inBackground([this, item, choice] {
-        std::string unreadable;
-        const std::optional<PairDetection> pair = detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable);
-        if (!pair) {
-            post([item] { showUnreadable(*item); });
+    const std::filesystem::path folder = item->filePath().parent_path();
+    std::vector<FileItemPtr> members;
+    std::vector<SessionSource> sources;
+    for (const FileItemPtr& other : queue()) {
+        if (other->filePath().parent_path() != folder)
+            continue;
+        if (other->detectionsRunning() > 0)
             return;
-        }
-        post([item, found = *pair] {
-            item->setDetectedFormat(found.format);
-            item->setDetectedChannels(2);
-            item->setConfidence(found.agree ? QString::fromUtf8(found.confidence) : QStringLiteral("—"));
-            item->setCorr(found.left.channels.corr);
-            item->setStatus(QString::fromStdString(found.status));
-        });
-    });
+        members.push_back(other);
+        sources.push_back(sessionSource(other->reading()));
+    }
+    const std::vector<SessionAnswer> answers = settleSession(sources, sourceFormatChoice_);
+    for (std::size_t k = 0; k < members.size(); ++k) {
+        FileItem& member = *members[k];
+        if (member.state() == FileItem::working || member.state() == FileItem::done || answers[k] == member.session())
+            continue;
+        FileItem::Reading amended = member.reading();
+        std::visit([&](auto& found) {
+            if constexpr (!std::is_same_v<std::decay_t<decltype(found)>, std::monostate>)
+                applySession(found, answers[k]);
+            show(member, found);
+        }, amended);
+        member.setSession(answers[k]);
+    }
 }
 
 void ConverterModel::redetectAll()

@@ -312,6 +312,30 @@ private slots:
         QCOMPARE(rate, 48000);
     }
 
+    // Once the folder is detected, its fork's rate and its sure files' reading settle the
+    // rest, and a run converts them so.
+    void sessionSettlesRowsInPlace()
+    {
+        for (const char* name : {"take 1.sd2", "take 2.sd2", "take 3.sd2"})
+            dir.write(std::string("sess/") + name, music(SourceFormat::s24be));
+        dir.write("sess/._take 3.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "2"})));
+        dir.write("sess/room.sd2", std::vector<std::uint8_t>(60000, 0));
+        model->addURLs({url(dir / "sess")});
+        waitForDetection();
+        const FileItemPtr room = model->queue()[0], take = model->queue()[1];
+        QCOMPARE(room->status(), QStringLiteral("24-bit BE (auto) · Stereo · session · 48 kHz (session)"));
+        QCOMPARE(room->confidence(), QStringLiteral("session"));
+        QCOMPARE(room->detectedFormat(), SourceFormat::s24be);
+        QCOMPARE(room->detectedChannels(), 2);
+        QCOMPARE(take->status(), QStringLiteral("24-bit BE (auto) · Stereo · confident · 48 kHz (session)"));
+
+        runBatch();
+        int rate = 0;
+        QCOMPARE(framesIn(room->outputURL().toLocalFile(), &rate), sf_count_t{10000});
+        QCOMPARE(framesIn(take->outputURL().toLocalFile(), &rate), sf_count_t{44100}); // 48 kHz to 48 kHz
+        QCOMPARE(rate, 48000);
+    }
+
     void threeFileRunStepByStep()
     {
         queueFiles(3);
