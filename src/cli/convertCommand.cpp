@@ -151,6 +151,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
         else
             err << skippedLine(skipped) << '\n';
     }
+    reportNotAudio(queue, err);
     int status = queue.skipped.empty() ? 0 : 1;
     if (paths.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";

@@ -10,11 +10,11 @@ namespace quorvel::cli {
 
 namespace {
 
-// Where the answer came from: the session (never for a file with metadata of its own), the
-// source's own metadata, or its samples.
-std::string from(bool metadata, const SessionAnswer& session)
+// Where the answer came from: a bare name's content, the session (never for a file with
+// metadata of its own), the source's own metadata, or its samples.
+std::string from(const QueuedSource& source, bool metadata, const SessionAnswer& session)
 {
-    return jsonString(session.any() ? "session" : metadata ? "metadata" : "detection");
+    return jsonString(source.sniffed ? "content" : session.any() ? "session" : metadata ? "metadata" : "detection");
 }
 
 std::string jsonLine(const QueuedSource& source, const SessionDetection& detected, std::int64_t defaultRate,
@@ -32,7 +32,7 @@ std::string jsonLine(const QueuedSource& source, const SessionDetection& detecte
         line += ",\"channels\":2,\"confidence\":" + (pair->agree ? jsonString(pair->confidence) : std::string("null"));
         line += ",\"status\":" + jsonString(pair->status);
         line += ",\"rate\":" + std::to_string(pair->rate.value_or(defaultRate));
-        return line + ",\"from\":" + from(pair->rate && autoChoice, detected.session) + "}";
+        return line + ",\"from\":" + from(source, pair->rate && autoChoice, detected.session) + "}";
     }
 
     const auto& found = std::get<FileDetection>(outcome);
@@ -50,7 +50,7 @@ std::string jsonLine(const QueuedSource& source, const SessionDetection& detecte
     // The rate convert will use: the file's own, else its session's, else the --source-rate given.
     const auto& described = found.source.description;
     line += ",\"rate\":" + std::to_string(described ? described->rate : detected.session.rate.value_or(defaultRate));
-    line += ",\"from\":" + from(described && autoChoice, detected.session);
+    line += ",\"from\":" + from(source, described && autoChoice, detected.session);
     if (described)
         line += ",\"container\":" + jsonString(found.source.container);
     return line + "}";
@@ -81,6 +81,7 @@ int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err
         else
             err << skippedLine(skipped) << '\n';
     }
+    reportNotAudio(queue, err);
     int status = queue.skipped.empty() ? 0 : 1;
     if (sources.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";

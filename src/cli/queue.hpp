@@ -16,11 +16,14 @@ namespace quorvel::cli {
 struct Queue {
     std::vector<QueuedSource> sources;
     std::vector<SkippedPath> skipped;
+    std::size_t notAudio = 0; // files with a bare name left out: they do not read as audio
 };
 Queue queuePaths(const std::vector<std::string>& given, bool joinPairs);
 
 // "sd2wav: couldn't open DIR: reason", for standard error.
 std::string skippedLine(const SkippedPath& skipped);
+// Says on standard error how many files with a bare name were left out as not audio, if any.
+void reportNotAudio(const Queue& queue, std::ostream& err);
 
 // How a source is named in the output: its path, or a pair's left path + " + R".
 std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources);

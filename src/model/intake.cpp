@@ -17,6 +17,7 @@ namespace {
 struct Found {
     fs::path path;
     std::optional<fs::path> root;
+    bool sniffed = false;
 };
 
 // Pre-order walk, entries in byte order of their names so the result does not depend on
@@ -24,24 +25,26 @@ struct Found {
 // which also keeps symlink loops out. A folder that cannot be read (or not to the end)
 // contributes what it can and is reported. Entry types come from the listing itself, so a
 // folder whose path has grown too long to open is still recognised, and reported.
-void walk(const fs::path& folder, std::vector<Found>& out, std::vector<SkippedPath>& skipped, const fs::path& root)
+void walk(const fs::path& folder, std::vector<Found>& out, CollectedPaths& intake, const fs::path& root)
 {
     std::error_code error;
     std::vector<fs::directory_entry> entries;
     for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error))
         entries.push_back(*it);
     if (error)
-        skipped.push_back({folder, error.message()});
+        intake.skipped.push_back({folder, error.message()});
     std::sort(entries.begin(), entries.end());
     for (const fs::directory_entry& entry : entries) {
-        if (isSd2Candidate(entry.path()))
-            out.push_back({entry.path(), root});
+        const Candidacy candidacy = sd2Candidacy(entry.path(), true);
+        if (candidacy == Candidacy::taken || candidacy == Candidacy::sniffed)
+            out.push_back({entry.path(), root, candidacy == Candidacy::sniffed});
+        intake.notAudio += candidacy == Candidacy::notAudio;
         std::error_code typeError;
         const bool symlink = entry.is_symlink(typeError);
         if (!typeError && !symlink && entry.is_directory(typeError))
-            walk(entry.path(), out, skipped, root);
-        else if (typeError && !isSd2Candidate(entry.path()))
-            skipped.push_back({entry.path(), typeError.message()});
+            walk(entry.path(), out, intake, root);
+        else if (typeError && candidacy == Candidacy::skipped)
+            intake.skipped.push_back({entry.path(), typeError.message()});
     }
 }
 
@@ -54,8 +57,8 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
     for (const fs::path& path : given) {
         std::error_code error;
         if (fs::is_directory(fs::status(path, error)))
-            walk(path, candidates, intake.skipped, path);
-        else if (isSd2Candidate(path))
+            walk(path, candidates, intake, path);
+        else if (sd2Candidacy(path, false) == Candidacy::taken)
             candidates.push_back({path, std::nullopt});
         else if (error)
             intake.skipped.push_back({path, error.message()});
@@ -69,6 +72,8 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
         if (!queued.contains(found.path.string()) && seen.insert(fileIdentity(found.path)).second) {
             if (found.root)
                 intake.roots.emplace(found.path, *found.root);
+            if (found.sniffed)
+                intake.sniffed.insert(found.path);
             fresh.push_back(std::move(found.path));
         }
 
@@ -106,8 +111,10 @@ std::vector<QueuedSource> queuedSources(const CollectedPaths& intake, bool joinP
     else
         for (const fs::path& path : intake.paths)
             sources.push_back({path, std::nullopt});
-    for (QueuedSource& source : sources)
+    for (QueuedSource& source : sources) {
         source.root = intake.rootOf(source.path);
+        source.sniffed = intake.sniffed.contains(source.path);
+    }
     return sources;
 }
 

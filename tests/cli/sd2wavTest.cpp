@@ -255,6 +255,16 @@ TEST_F(Sd2wav, JoinsSplitStereoPairsUnlessAskedNotTo)
                                               "Mix.C_48kHz_24bit_mono.wav", "Take_48kHz_24bit_mono.wav"}));
 
     EXPECT_EQ(lines(run({"detect", "--no-pairs", session}).out).size(), 5u);
+
+    // Pro Tools names without the extension are found by their content in a walk.
+    write("bare/Gtr.L", tone(20));
+    write("bare/Gtr.R", tone(27));
+    write("bare/notes", std::vector<std::uint8_t>(5000, 'x'));
+    const Outcome bare = run({"detect", "--json", (dir / "bare").string()});
+    EXPECT_EQ(bare.err, "sd2wav: left out 1 file without an extension that did not read as audio\n");
+    ASSERT_EQ(lines(bare.out).size(), 1u) << bare.out;
+    EXPECT_NE(bare.out.find("\"right\":\"" + (dir / "bare/Gtr.R").string()), std::string::npos) << bare.out;
+    EXPECT_TRUE(bare.out.ends_with(",\"from\":\"content\"}\n")) << bare.out;
 }
 
 // A file's own metadata names its rate and where it came from; convert uses that rate.
