@@ -1,4 +1,5 @@
 #include "core/metadata/sd2Candidate.hpp"
+#include "core/detection/audibleSpan.hpp"
 #include "core/detection/detectFile.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
@@ -63,7 +64,16 @@ bool readsAsAudio(const fs::path& file)
     if (!mapped.ok() || !guardedRead([&] { foreign = hasForeignMagic(mapped.bytes()); }) || foreign)
         return false;
     const std::optional<FileDetection> found = detectFile(mapped.bytes(), SourceFormatChoice::automatic());
-    return found && found->channels.confidence == "confident";
+    if (!found || found->channels.confidence == "confident")
+        return found.has_value();
+    // Room tone and a cue brought down 70 dB rarely read "confident", yet read the right way
+    // quiet audio keeps its top byte as sign extension, which no text or packed data does.
+    bool quiet = false;
+    guardedRead([&] {
+        if (const auto audible = audiblePart(mapped.bytes()))
+            quiet = quietReading(readingPeaks(*audible)).has_value();
+    });
+    return quiet;
 }
 
 Candidacy sd2Candidacy(const fs::path& path, bool walked)

@@ -22,7 +22,8 @@ enum class Candidacy {
 Candidacy sd2Candidacy(const std::filesystem::path& path, bool walked);
 
 // True when the data is not another known format by its first bytes (RIFF, FORM, ID3,
-// fLaC, OggS, PK, %PDF, …) and reads as audio in some encoding: a "confident" reading.
+// fLaC, OggS, PK, %PDF, …) and reads as audio in some encoding: a "confident" reading, or
+// a quiet one far below every other reading (quietReading).
 bool readsAsAudio(const std::filesystem::path& file);
 
 } // namespace quorvel
