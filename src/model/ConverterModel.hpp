@@ -160,7 +160,10 @@ private:
     void setPhaseFailed(bool on);
 
     FileItemPtr find(const FileItem* item) const;
-    // Applies the session of the item's folder once all of the folder's detections are in.
+    void detectPairItem(const FileItemPtr& item, SourceFormatChoice choice);
+    // A finished detection: shown on its row, kept as the item's own reading, and once every
+    // detection of its folder is in, the folder's session applied.
+    void showReading(const FileItemPtr& item, const FileItem::Reading& reading);
     void settleFolderOf(const FileItemPtr& item);
     void runBatch(const BatchSnapshot& snapshot);
 

@@ -49,23 +49,37 @@ void ConverterModel::detect(const FileItemPtr& item)
 {
     const SourceFormatChoice choice = sourceFormatChoice_;
     item->detectionStarted();
-    // The task holds the item, never the model's fields; only the item's paths are read off the main thread.
+    // The task holds the item, never the model's fields; only the item's url is read off the main thread.
+    if (item->isPair()) {
+        detectPairItem(item, choice);
+        return;
+    }
     inBackground([this, item, choice] {
-        FileItem::Reading reading;
-        if (item->isPair()) {
-            std::string unreadable;
-            if (auto pair = detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable))
-                reading = std::move(*pair);
-        } else if (const MappedFile file = MappedFile::open(item->filePath()); file.ok()) {
-            if (auto found = detectSource(item->filePath(), file.bytes(), choice))
-                reading = std::move(*found);
-        }
-        post([this, item, reading = std::move(reading)] {
-            std::visit([&](const auto& found) { show(*item, found); }, reading);
-            item->detectionFinished(reading);
-            settleFolderOf(item);
+        const MappedFile file = MappedFile::open(item->filePath());
+        std::optional<FileDetection> detected =
+            file.ok() ? detectSource(item->filePath(), file.bytes(), choice) : std::nullopt;
+        post([this, item, found = detected ? FileItem::Reading(std::move(*detected)) : FileItem::Reading()] {
+            showReading(item, found);
         });
     });
+}
+
+void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice choice)
+{
+    inBackground([this, item, choice] {
+        std::string unreadable;
+        std::optional<PairDetection> pair = detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable);
+        post([this, item, found = pair ? FileItem::Reading(std::move(*pair)) : FileItem::Reading()] {
+            showReading(item, found);
+        });
+    });
+}
+
+void ConverterModel::showReading(const FileItemPtr& item, const FileItem::Reading& reading)
+{
+    std::visit([&](const auto& found) { show(*item, found); }, reading);
+    item->detectionFinished(reading);
+    settleFolderOf(item);
 }
 
 // Once every queued file of the item's folder is detected, the folder's session amends
