@@ -1,9 +1,10 @@
 #include "core/metadata/sd2Candidate.hpp"
 #include "core/detection/audibleSpan.hpp"
-#include "core/detection/detectFile.hpp"
+#include "core/detection/detectBestFormat.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
 #include "core/metadata/findFileSource.hpp"
+#include "core/pipeline/staticCheck.hpp"
 
 #include <algorithm>
 #include <array>
@@ -60,20 +61,20 @@ bool hasForeignMagic(ByteView bytes)
 bool readsAsAudio(const fs::path& file)
 {
     const MappedFile mapped = MappedFile::open(file);
-    bool foreign = true;
-    if (!mapped.ok() || !guardedRead([&] { foreign = hasForeignMagic(mapped.bytes()); }) || foreign)
-        return false;
-    const std::optional<FileDetection> found = detectFile(mapped.bytes(), SourceFormatChoice::automatic());
-    if (!found || found->channels.confidence == "confident")
-        return found.has_value();
-    // Room tone and a cue brought down 70 dB rarely read "confident", yet read the right way
-    // quiet audio keeps its top byte as sign extension, which no text or packed data does.
-    bool quiet = false;
+    bool audio = false;
     guardedRead([&] {
-        if (const auto audible = audiblePart(mapped.bytes()))
-            quiet = quietReading(readingPeaks(*audible)).has_value();
+        const auto audible = hasForeignMagic(mapped.bytes()) ? std::nullopt : audiblePart(mapped.bytes());
+        if (!audible)
+            return;
+        // As the batch run's correction judges it: some reading clearly audio (interleaved
+        // stereo channel by channel), whatever the layout; or one quiet far below every other
+        // (room tone, a cue brought down 70 dB).
+        const FormatDetection format = scoreFormats(*audible);
+        const auto clear = [](const FormatScores& scores) { return *std::ranges::max_element(scores) >= kCorrectionAtLeast; };
+        audio = clear(format.scores) || (format.channelScores && clear(*format.channelScores)) ||
+                quietReading(format.peaks ? *format.peaks : readingPeaks(*audible));
     });
-    return quiet;
+    return audio;
 }
 
 Candidacy sd2Candidacy(const fs::path& path, bool walked)

@@ -22,8 +22,9 @@ enum class Candidacy {
 Candidacy sd2Candidacy(const std::filesystem::path& path, bool walked);
 
 // True when the data is not another known format by its first bytes (RIFF, FORM, ID3,
-// fLaC, OggS, PK, %PDF, …) and reads as audio in some encoding: a "confident" reading, or
-// a quiet one far below every other reading (quietReading).
+// fLaC, OggS, PK, %PDF, …) and reads clearly as audio in some encoding (smoothness at
+// least kCorrectionAtLeast, for stereo channel by channel), or one reading is quiet far below
+// every other (quietReading). Digital silence holds no evidence either way, and is not taken.
 bool readsAsAudio(const std::filesystem::path& file);
 
 } // namespace quorvel
