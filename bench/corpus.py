@@ -165,8 +165,9 @@ def apple_double(fork):
 def sessions(corpus, recordings_list):
     """The session folders' jobs, and what to write once they are made: truth files and forks."""
     jobs, forks, truths = [], [], []
-    stereo_sources = [r for r in recordings_list if r[0] in ("pingus", "lincity", "freedesktop", "sonicpi", "alsa")]
-    pick = lambda n: stereo_sources[n % len(stereo_sources)][1]
+    # Takes long enough to hold a session's material: all but the shortest drum hits.
+    sources = [r for r in recordings_list if r[0] != "hydrogen" or r[1].stat().st_size > 100000]
+    pick = lambda n: sources[n % len(sources)][1]
     for s in range(SESSIONS):
         fmt, rate = FORMATS[s % 4], SESSION_RATES[s // 4 % 2]
         protools, bare = s // 8 != 1, s % 3 == 0
