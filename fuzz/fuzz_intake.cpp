@@ -195,8 +195,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     });
 
     for (const std::string& path : got) {
-        FUZZ_CHECK(endsWithSd2(baseName(path)) || std::find(input.given.begin(), input.given.end(), path) != input.given.end(),
-                   "'%s' does not end in .sd2 and was not given", printable(path).c_str());
+        const bool given = std::find(input.given.begin(), input.given.end(), path) != input.given.end();
+        FUZZ_CHECK(endsWithSd2(baseName(path)) || given, "'%s' does not end in .sd2 and was not given",
+                   printable(path).c_str());
         FUZZ_CHECK(!input.queued.contains(path), "'%s' was already queued", printable(path).c_str());
         checkNoSymlinkedFolderEntered(path, input.given);
         // The URL a file item keeps must lead back to the same bytes.

@@ -68,7 +68,8 @@ void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice 
 {
     inBackground([this, item, choice] {
         std::string unreadable;
-        std::optional<PairDetection> pair = detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable);
+        std::optional<PairDetection> pair =
+            detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable);
         post([this, item, found = pair ? FileItem::Reading(std::move(*pair)) : FileItem::Reading()] {
             showReading(item, found);
         });

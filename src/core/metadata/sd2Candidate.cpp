@@ -70,7 +70,9 @@ bool readsAsAudio(const fs::path& file)
         // stereo channel by channel), whatever the layout; or one quiet far below every other
         // (room tone, a cue brought down 70 dB).
         const FormatDetection format = scoreFormats(*audible);
-        const auto clear = [](const FormatScores& scores) { return *std::ranges::max_element(scores) >= kCorrectionAtLeast; };
+        const auto clear = [](const FormatScores& scores) {
+            return *std::ranges::max_element(scores) >= kCorrectionAtLeast;
+        };
         audio = clear(format.scores) || (format.channelScores && clear(*format.channelScores)) ||
                 quietReading(format.peaks ? *format.peaks : readingPeaks(*audible));
     });
