@@ -318,10 +318,8 @@ TEST_F(Sd2wav, ASessionSettlesItsUnsureFilesBeforeAnythingIsPrinted)
     EXPECT_TRUE(plain.ends_with("a.sd2      24-bit BE (auto) · Stereo · confident\n" + quiet +
                                 "  16-bit BE (auto) · Mono · silent/constant\n")) << plain;
 
-    const auto json = lines(run({"detect", "--json", "-j", "2", folder}).out);
+    const auto json = lines(run({"detect", "--json", folder}).out);
     ASSERT_EQ(json.size(), 5u);
-    EXPECT_TRUE(json[2].ends_with("\"rate\":48000,\"from\":\"metadata\",\"container\":\"AppleDouble\"}")) << json[2];
-    EXPECT_TRUE(json[3].ends_with("\"rate\":44100,\"from\":\"detection\"}")) << json[3];
     EXPECT_NE(json[4].find("\"format\":\"s24be\",\"channels\":2,\"confidence\":\"session\""), std::string::npos) << json[4];
     EXPECT_TRUE(json[4].ends_with("\"rate\":48000,\"from\":\"session\"}")) << json[4];
 
