@@ -31,9 +31,9 @@ bounces it to WAV.
                                 metadata (default 44100)
              --json             one JSON object per line: path, format, channels,
                                 confidence, corr, scores, status, rate, from
-                                (metadata, session or detection), container
-                                (or path, error); a split-stereo pair adds
-                                pair: {left, right}
+                                (metadata, session, content or detection),
+                                container (or path, error); a split-stereo pair
+                                adds pair: {left, right}
              --no-pairs         keep NAME.L and NAME.R as two mono files instead of
                                 joining them into one stereo source
              --no-session       judge every file on its own: by default the files of

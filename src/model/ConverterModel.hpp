@@ -10,6 +10,8 @@
 #include <QUrl>
 #include <QVariantList>
 
+#include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -162,9 +164,9 @@ private:
     FileItemPtr find(const FileItem* item) const;
     void detectPairItem(const FileItemPtr& item, SourceFormatChoice choice);
     // A finished detection: shown on its row, kept as the item's own reading, and once every
-    // detection of its folder is in, the folder's session applied.
+    // detection of its folder is in, the folder's session applied to its rows.
     void showReading(const FileItemPtr& item, const FileItem::Reading& reading);
-    void settleFolderOf(const FileItemPtr& item);
+    void settleFolder(const std::filesystem::path& folder);
     void runBatch(const BatchSnapshot& snapshot);
 
     // Runs `change` on the main thread, after everything posted before it.
@@ -204,6 +206,7 @@ private:
     bool phaseFailed_ = false;
     std::unique_ptr<PreviewPlayer> previewSound_;
     int lastPendingCount_ = 0;
+    std::map<std::filesystem::path, int> detecting_; // detections running, by folder
 };
 
 } // namespace quorvel

@@ -13,7 +13,7 @@ FileItem::FileItem(const QueuedSource& source)
 }
 
 FileItem::FileItem(const QUrl& url, const QUrl& rightUrl, std::optional<std::filesystem::path> root)
-    : url_(url), rightUrl_(rightUrl), root_(std::move(root))
+    : url_(url), rightUrl_(rightUrl), root_(std::move(root)), folder_(filePath().parent_path())
 {
     for (auto signal : {&FileItem::detectedChannelsChanged, &FileItem::detectedFormatChanged,
                         &FileItem::confidenceChanged, &FileItem::corrChanged, &FileItem::overrideChoiceChanged,
@@ -89,9 +89,8 @@ SessionAnswer FileItem::session() const
     return answer;
 }
 
-void FileItem::detectionFinished(Reading reading)
+void FileItem::setReading(Reading reading)
 {
-    --detectionsRunning_;
     reading_ = std::move(reading);
     setSession({});
 }

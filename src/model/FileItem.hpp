@@ -80,13 +80,13 @@ public:
     // The override menu's entries in ChannelOverride order: "Auto (Stereo)", "Mono", "Stereo".
     QStringList overrideLabels() const;
 
+    // The folder it sits in: its session.
+    const std::filesystem::path& folder() const { return folder_; }
     // What its own detection found, before its session had a say; nothing while none has
     // finished, or when the file could not be read.
     using Reading = std::variant<std::monostate, FileDetection, PairDetection>;
     const Reading& reading() const { return reading_; }
-    // Detections scheduled and not yet finished.
-    int detectionsRunning() const { return detectionsRunning_; }
-    // What the folder it sits in settled for it.
+    // What its session settled for it.
     SessionAnswer session() const;
 
     // 1 for a mono override, 2 for stereo, else what detection found; always 2 for a pair.
@@ -103,8 +103,8 @@ public:
     void setStatus(const QString& status);
     void setState(State state);
     void setOutputURL(const QUrl& url);
-    void detectionStarted() { ++detectionsRunning_; }
-    void detectionFinished(Reading reading);
+    // A new reading of its own, which its session has yet to see.
+    void setReading(Reading reading);
     void setSession(const SessionAnswer& answer);
 
 signals:
@@ -132,8 +132,8 @@ private:
     QString status_ = QStringLiteral("Ready");
     State state_ = ready;
     QUrl outputURL_;
+    const std::filesystem::path folder_;
     Reading reading_;
-    int detectionsRunning_ = 0;
     std::atomic<std::int64_t> sessionRate_{0}; // 0: none
     std::atomic<int> sessionFormat_{-1};       // a SourceFormat's index; −1: none
 };

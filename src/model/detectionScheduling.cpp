@@ -48,7 +48,7 @@ SessionSource sessionSource(const FileItem::Reading& reading)
 void ConverterModel::detect(const FileItemPtr& item)
 {
     const SourceFormatChoice choice = sourceFormatChoice_;
-    item->detectionStarted();
+    ++detecting_[item->folder()];
     // The task holds the item, never the model's fields; only the item's url is read off the main thread.
     if (item->isPair()) {
         detectPairItem(item, choice);
@@ -79,25 +79,23 @@ void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice 
 void ConverterModel::showReading(const FileItemPtr& item, const FileItem::Reading& reading)
 {
     std::visit([&](const auto& found) { show(*item, found); }, reading);
-    item->detectionFinished(reading);
-    settleFolderOf(item);
+    item->setReading(reading);
+    if (const auto running = detecting_.find(item->folder()); --running->second == 0) {
+        detecting_.erase(running);
+        settleFolder(item->folder());
+    }
 }
 
-// Once every queued file of the item's folder is detected, the folder's session amends
-// their rows in place; a row being bounced or already bounced keeps what it shows.
-void ConverterModel::settleFolderOf(const FileItemPtr& item)
+// Rows being bounced or already bounced keep what they show.
+void ConverterModel::settleFolder(const std::filesystem::path& folder)
 {
-    const std::filesystem::path folder = item->filePath().parent_path();
     std::vector<FileItemPtr> members;
     std::vector<SessionSource> sources;
-    for (const FileItemPtr& other : queue()) {
-        if (other->filePath().parent_path() != folder)
-            continue;
-        if (other->detectionsRunning() > 0)
-            return;
-        members.push_back(other);
-        sources.push_back(sessionSource(other->reading()));
-    }
+    for (const FileItemPtr& item : queue())
+        if (item->folder() == folder) {
+            members.push_back(item);
+            sources.push_back(sessionSource(item->reading()));
+        }
     const std::vector<SessionAnswer> answers = settleSession(sources, sourceFormatChoice_);
     for (std::size_t k = 0; k < members.size(); ++k) {
         FileItem& member = *members[k];
