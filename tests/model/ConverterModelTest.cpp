@@ -289,40 +289,20 @@ private slots:
         QCOMPARE(a->state(), FileItem::done);
     }
 
-    // A classic Mac file with its fork in "._NAME": queued from its folder, described by the
-    // fork, and bounced from its own 48 kHz rather than the 44.1 kHz setting.
-    void fileInfoFromASidecar()
+    // A classic Mac file with its fork in "._NAME" is queued from its folder, described by the
+    // fork and bounced from its own 48 kHz rather than the 44.1 kHz setting. Once the folder is
+    // detected, that rate and the three sure readings settle the rest, and a run converts them so.
+    void fileInfoAndSessionFromAFolder()
     {
-        const auto samples = test::sine(48000, 40, 2000000);
-        dir.write("mac/Mix 3", test::encode(samples, SourceFormat::s24be));
-        dir.write("mac/._Mix 3", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
-        model->addURLs({url(dir / "mac")});
-        QCOMPARE(model->queue().size(), 1u);
-        waitForDetection();
-        const FileItemPtr item = model->queue()[0];
-        QCOMPARE(item->status(), QStringLiteral("24-bit BE (file info) · Mono · 48 kHz"));
-        QCOMPARE(item->detectedFormat(), SourceFormat::s24be);
-        QCOMPARE(item->detectedChannels(), 1);
-
-        runBatch();
-        QCOMPARE(item->state(), FileItem::done);
-        QCOMPARE(item->outputURL().fileName(), QStringLiteral("Mix 3_48kHz_24bit_stereo.wav"));
-        int rate = 0;
-        QCOMPARE(framesIn(item->outputURL().toLocalFile(), &rate), sf_count_t{48000});
-        QCOMPARE(rate, 48000);
-    }
-
-    // Once the folder is detected, its fork's rate and its sure files' reading settle the
-    // rest, and a run converts them so.
-    void sessionSettlesRowsInPlace()
-    {
-        for (const char* name : {"take 1.sd2", "take 2.sd2", "take 3.sd2"})
+        for (const char* name : {"take 1.sd2", "take 2.sd2", "Mix 3"})
             dir.write(std::string("sess/") + name, music(SourceFormat::s24be));
-        dir.write("sess/._take 3.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "2"})));
+        dir.write("sess/._Mix 3", test::appleDouble(test::resourceFork({"3", "48000.000000", "2"})));
         dir.write("sess/room.sd2", std::vector<std::uint8_t>(60000, 0));
         model->addURLs({url(dir / "sess")});
         waitForDetection();
-        const FileItemPtr room = model->queue()[0], take = model->queue()[1];
+        QCOMPARE(model->queue().size(), 4u);
+        const FileItemPtr mix = model->queue()[0], room = model->queue()[1], take = model->queue()[2];
+        QCOMPARE(mix->status(), QStringLiteral("24-bit BE (file info) · Stereo · 48 kHz"));
         QCOMPARE(room->status(), QStringLiteral("24-bit BE (auto) · Stereo · session · 48 kHz (session)"));
         QCOMPARE(room->confidence(), QStringLiteral("session"));
         QCOMPARE(room->detectedFormat(), SourceFormat::s24be);
@@ -330,10 +310,13 @@ private slots:
         QCOMPARE(take->status(), QStringLiteral("24-bit BE (auto) · Stereo · confident · 48 kHz (session)"));
 
         runBatch();
+        QCOMPARE(mix->outputURL().fileName(), QStringLiteral("Mix 3_48kHz_24bit_stereo.wav"));
         int rate = 0;
         QCOMPARE(framesIn(room->outputURL().toLocalFile(), &rate), sf_count_t{10000});
-        QCOMPARE(framesIn(take->outputURL().toLocalFile(), &rate), sf_count_t{44100}); // 48 kHz to 48 kHz
-        QCOMPARE(rate, 48000);
+        for (const FileItemPtr& item : {mix, take}) {
+            QCOMPARE(framesIn(item->outputURL().toLocalFile(), &rate), sf_count_t{44100}); // 48 kHz to 48 kHz
+            QCOMPARE(rate, 48000);
+        }
     }
 
     void threeFileRunStepByStep()
