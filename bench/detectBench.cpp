@@ -74,7 +74,8 @@ void detectSourceWithSidecar(benchmark::State& state)
     const fs::path path = benchFileWithSidecar(state.range(0));
     for (auto _ : state) {
         const MappedFile file = MappedFile::open(path);
-        const auto found = detectSource(path, file.bytes(), SourceFormatChoice::automatic());
+        std::string unreadable;
+        const auto found = detectSource(path, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
         if (!found || !found->source.description)
             state.SkipWithError("the sidecar was not used");
         benchmark::DoNotOptimize(found);
@@ -88,7 +89,8 @@ void detectSourceWithout(benchmark::State& state)
     const fs::path path = benchFile(state.range(0));
     for (auto _ : state) {
         const MappedFile file = MappedFile::open(path);
-        benchmark::DoNotOptimize(detectSource(path, file.bytes(), SourceFormatChoice::automatic()));
+        std::string unreadable;
+        benchmark::DoNotOptimize(detectSource(path, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable));
     }
     state.SetLabel(std::to_string(state.range(0)) + " MB, no sidecar");
 }

@@ -81,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const fs::path file = scratch.root / "Mix 3";
     write(file, bytes);
     write(scratch.root / "._Mix 3", bytes);
-    const FileSource source = findFileSource(file);
+    const FileSource source = findFileSource(file, scratch.root);
     checkDescription(source.description);
     const auto audio = source.audio(bytes);
     FUZZ_CHECK(audio.data() >= bytes.data() && audio.data() + audio.size() <= bytes.data() + bytes.size(),
@@ -91,6 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                static_cast<long long>(source.length.value_or(-1)), static_cast<long long>(total));
     FUZZ_CHECK(source.description.has_value() == !source.container.empty(), "container '%s' without a description",
                source.container.c_str());
-    hasSd2FinderType(file, true);
+    FUZZ_CHECK(source.unreadable.empty(), "a readable sidecar reported as unreadable: %s", source.unreadable.c_str());
+    hasSd2FinderType(file, true, scratch.root);
     return 0;
 }

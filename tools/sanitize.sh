@@ -3,7 +3,7 @@
 # and runs the whole test suite there. (ThreadSanitizer for the model: tools/tsan.sh.)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-tools/deps.sh ffmpeg xvfb xauth xdotool libgl1-mesa-dri
+tools/deps.sh ffmpeg xvfb xauth xdotool libgl1-mesa-dri man-db bash-completion zsh fish
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUORVEL_SANITIZE=address,undefined >/dev/null
 cmake --build build-asan
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"

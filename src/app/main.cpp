@@ -1,10 +1,11 @@
 #include "app/SingleInstance.hpp"
+#include "app/quorvelUsage.hpp"
 #include "core/io/guardedRead.hpp"
+#include "core/io/standardDescriptors.hpp"
 #include "model/ConverterModel.hpp"
 #include "ui/AppSettings.hpp"
 #include "ui/window.hpp"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QFileOpenEvent>
 #include <QGuiApplication>
@@ -52,6 +53,9 @@ void raise(QQmlApplicationEngine& engine)
 
 int main(int argc, char* argv[])
 {
+    quorvel::openClosedStandardDescriptors();
+    if (const auto status = quorvel::printHelpOrVersion(argc, argv))
+        return *status;
     quorvel::reportFileSizeLimitAsError();
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName("Quorvel");
@@ -60,7 +64,8 @@ int main(int argc, char* argv[])
     QGuiApplication::setDesktopFileName("quorvel");
 
     const QStringList paths = QGuiApplication::arguments().mid(1);
-    quorvel::SingleInstance instance("quorvel-" + QDir::home().dirName());
+    const quorvel::UserId user = quorvel::currentUser();
+    quorvel::SingleInstance instance(quorvel::handOverSocketPath(user), user);
     if (instance.handOver(paths))
         return 0;
 

@@ -6,6 +6,7 @@
 #include "cli/sessions.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/outputNaming.hpp"
 #include "core/pipeline/sessionSettings.hpp"
 
@@ -126,13 +127,13 @@ void drawProgress(std::size_t done, std::size_t total)
 
 // _sd2_outputs goes beside the first file that can be read: a mistyped path must not
 // grow folders, nor catch the other files' outputs.
-std::optional<fs::path> defaultOutputFolder(const std::vector<QueuedSource>& sources)
+std::optional<fs::path> defaultOutputLocation(const std::vector<QueuedSource>& sources)
 {
     const auto readable = std::find_if(sources.begin(), sources.end(),
                                        [](const QueuedSource& source) { return MappedFile::open(source.path).ok(); });
     if (readable == sources.end())
         return std::nullopt;
-    return readable->path.parent_path() / "_sd2_outputs";
+    return readable->path.parent_path();
 }
 
 } // namespace
@@ -165,13 +166,17 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     settings.depth = options.depth.rawValue();
     settings.channels = options.channels;
     settings.normalize = options.normalize;
-    const std::optional<fs::path> folder =
-        options.outputFolder.empty() ? defaultOutputFolder(sources) : fs::path(options.outputFolder);
-    // With no readable file there is no folder to make: every file fails before writing.
-    settings.outputFolder = folder.value_or(sources.front().path.parent_path() / "_sd2_outputs");
-    if (folder) {
+    if (!options.outputFolder.empty()) {
+        settings.outputFolder = options.outputFolder;
         std::error_code ignored; // a folder that cannot be made shows up in every file's write error
         fs::create_directories(settings.outputFolder, ignored);
+    } else if (const std::optional<fs::path> location = defaultOutputLocation(sources)) {
+        OutputFolder folder = makeDefaultOutputFolder(*location);
+        settings.outputFolder = std::move(folder.path);
+        settings.outputFolderError = std::move(folder.error);
+    } else {
+        // With no readable file there is no folder to make: every file fails before writing.
+        settings.outputFolder = sources.front().path.parent_path() / kDefaultOutputFolderName;
     }
 
     const std::size_t width = nameColumn(paths);
@@ -202,7 +207,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
                     }
                     return detectedChannels;
                 },
-                sources[i].right};
+                sources[i].right, sources[i].root};
             NamingObserver observer(names, i);
             return bounceFile(item, withSession(settings, detected[i].session), observer);
         },

@@ -1,7 +1,6 @@
 #include "cli/queue.hpp"
 #include "core/detection/detectSource.hpp"
 #include "core/io/MappedFile.hpp"
-#include "core/io/guardedRead.hpp"
 #include "model/intake.hpp"
 
 #include <algorithm>
@@ -36,22 +35,24 @@ std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources)
     return names;
 }
 
-Detection detectPath(const std::string& path, SourceFormatChoice choice)
+Detection detectPath(const std::string& path, const std::optional<std::filesystem::path>& root,
+                     SourceFormatChoice choice)
 {
     const MappedFile file = MappedFile::open(path);
     if (!file.ok())
         return Unreadable{file.error()};
-    if (auto found = detectSource(path, file.bytes(), choice))
+    std::string unreadable;
+    if (auto found = detectSource(path, file.bytes(), choice, root, unreadable))
         return *found;
-    return Unreadable{std::string(kChangedWhileRead)};
+    return Unreadable{unreadable};
 }
 
 Detection detectQueued(const QueuedSource& source, SourceFormatChoice choice)
 {
     if (!source.isPair())
-        return detectPath(source.path.string(), choice);
+        return detectPath(source.path.string(), source.root, choice);
     std::string unreadable;
-    if (auto pair = detectPairFiles(source.path, *source.right, choice, unreadable))
+    if (auto pair = detectPairFiles(source.path, *source.right, choice, source.root, unreadable))
         return *pair;
     return Unreadable{unreadable};
 }

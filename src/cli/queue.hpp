@@ -33,8 +33,10 @@ struct Unreadable {
 };
 using Detection = std::variant<FileDetection, PairDetection, Unreadable>;
 
-// Detection of one queued file, read memory-mapped, as the app runs it on arrival.
-Detection detectPath(const std::string& path, SourceFormatChoice choice);
+// Detection of one queued file, read memory-mapped, as the app runs it on arrival; `root` is
+// the folder it was found under.
+Detection detectPath(const std::string& path, const std::optional<std::filesystem::path>& root,
+                     SourceFormatChoice choice);
 // The same for a queued source; a pair's halves are each detected, then read together.
 Detection detectQueued(const QueuedSource& source, SourceFormatChoice choice);
 

@@ -1,5 +1,6 @@
 #include "model/ConverterModel.hpp"
 #include "core/io/splitStereo.hpp"
+#include "core/pipeline/outputFolder.hpp"
 #include "model/intake.hpp"
 
 #include <QDir>
@@ -76,7 +77,7 @@ std::optional<QUrl> ConverterModel::defaultOutDir() const
 {
     if (queue().empty())
         return std::nullopt;
-    return urlForPath(queue().front()->filePath().parent_path() / defaultFolderName);
+    return urlForPath(queue().front()->filePath().parent_path() / kDefaultOutputFolderName);
 }
 
 void ConverterModel::setSourceFormatChoice(SourceFormatChoice choice)

@@ -51,8 +51,6 @@ class ConverterModel : public QObject {
     Q_PROPERTY(QVariantList sourceRateOptions READ sourceRateOptions CONSTANT)
 
 public:
-    static constexpr const char* defaultFolderName = "_sd2_outputs";
-
     // The process's model, made on first use with the system's services.
     static ConverterModel& shared();
 

@@ -29,6 +29,7 @@ void ConverterModel::preview(FileItem* item)
     const std::int64_t settingRate = sourceRate_.rawValue();
     const std::filesystem::path source = item->filePath();
     const std::optional<std::filesystem::path> right = item->rightFilePath();
+    const std::optional<std::filesystem::path> root = item->root();
     const QString name = item->fileName();
 
     inBackground([=, this] {
@@ -37,16 +38,17 @@ void ConverterModel::preview(FileItem* item)
         try { // a write error, or no memory left for the excerpt
             // Played as it will be bounced: the file's own audio bytes at its own rate, and a
             // split-stereo pair's two halves side by side.
-            FileSource audio = findFileSource(source);
-            const bool read = file.ok() && guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
+            FileSource audio = findFileSource(source, root);
+            const bool read = file.ok() && audio.unreadable.empty() &&
+                              guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
             const std::int64_t rate = audio.description ? audio.description->rate : settingRate;
             const std::int64_t frames = rate * kPreviewSeconds;
             PcmBufferPtr excerpt;
             if (read && right) {
                 const MappedFile rightFile = MappedFile::open(*right);
                 if (rightFile.ok())
-                    excerpt = decodePairToBuffer(audio.audio(file.bytes()), findFileSource(*right).audio(rightFile.bytes()),
-                                                 format, rate, frames);
+                    excerpt = decodePairToBuffer(audio.audio(file.bytes()),
+                                                 findFileSource(*right, root).audio(rightFile.bytes()), format, rate, frames);
             } else if (read) {
                 excerpt = decodeToBuffer(audio.audio(file.bytes()), format, rate, channels, frames);
             }

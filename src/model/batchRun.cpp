@@ -1,4 +1,5 @@
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/sessionSettings.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
@@ -60,9 +61,14 @@ void ConverterModel::convertAll()
 {
     if (queue().empty())
         return;
-    const std::filesystem::path folder = pathForUrl(outputFolder_.isEmpty() ? *defaultOutDir() : outputFolder_);
-    std::error_code ignored; // a folder that cannot be made shows in every file's write error
-    std::filesystem::create_directories(folder, ignored);
+    OutputFolder folder;
+    if (outputFolder_.isEmpty()) {
+        folder = makeDefaultOutputFolder(queue().front()->filePath().parent_path());
+    } else {
+        folder.path = pathForUrl(outputFolder_);
+        std::error_code ignored; // a folder that cannot be made shows in every file's write error
+        std::filesystem::create_directories(folder.path, ignored);
+    }
 
     BatchSnapshot snapshot;
     std::copy_if(queue().begin(), queue().end(), std::back_inserter(snapshot.pending),
@@ -87,7 +93,8 @@ void ConverterModel::convertAll()
                          targetDepth_.rawValue(),
                          targetChannels_,
                          normalizeLoudness_,
-                         folder};
+                         folder.path,
+                         folder.error};
     inBackground([this, snapshot = std::move(snapshot)] { runBatch(snapshot); });
 }
 
@@ -110,7 +117,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         services_.pause(kAfterAnnouncing);
 
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
-                                [&] { return item->sourceChannels(); }, item->rightFilePath()};
+                                [&] { return item->sourceChannels(); }, item->rightFilePath(), item->root()};
         BatchWorker worker(*this, item, pace);
         const BounceResult result = bounceFile(source, withSession(snapshot.settings, item->session()), worker);
         if (!result.ok)

@@ -49,15 +49,16 @@ void ConverterModel::detect(const FileItemPtr& item)
 {
     const SourceFormatChoice choice = sourceFormatChoice_;
     ++detecting_[item->folder()];
-    // The task holds the item, never the model's fields; only the item's url is read off the main thread.
+    // The task holds the item, never the model's fields; only the item's url and root are read off the main thread.
     if (item->isPair()) {
         detectPairItem(item, choice);
         return;
     }
     inBackground([this, item, choice] {
         const MappedFile file = MappedFile::open(item->filePath());
+        std::string unreadable;
         std::optional<FileDetection> detected =
-            file.ok() ? detectSource(item->filePath(), file.bytes(), choice) : std::nullopt;
+            file.ok() ? detectSource(item->filePath(), file.bytes(), choice, item->root(), unreadable) : std::nullopt;
         post([this, item, found = detected ? FileItem::Reading(std::move(*detected)) : FileItem::Reading()] {
             showReading(item, found);
         });
@@ -69,7 +70,7 @@ void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice 
     inBackground([this, item, choice] {
         std::string unreadable;
         std::optional<PairDetection> pair =
-            detectPairFiles(item->filePath(), *item->rightFilePath(), choice, unreadable);
+            detectPairFiles(item->filePath(), *item->rightFilePath(), choice, item->root(), unreadable);
         post([this, item, found = pair ? FileItem::Reading(std::move(*pair)) : FileItem::Reading()] {
             showReading(item, found);
         });

@@ -35,7 +35,7 @@ void walk(const fs::path& folder, std::vector<Found>& out, CollectedPaths& intak
         intake.skipped.push_back({folder, error.message()});
     std::sort(entries.begin(), entries.end());
     for (const fs::directory_entry& entry : entries) {
-        const Candidacy candidacy = sd2Candidacy(entry.path(), true);
+        const Candidacy candidacy = sd2Candidacy(entry.path(), root);
         if (candidacy == Candidacy::taken || candidacy == Candidacy::sniffed)
             out.push_back({entry.path(), root, candidacy == Candidacy::sniffed});
         intake.notAudio += candidacy == Candidacy::notAudio;
@@ -58,7 +58,7 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
         std::error_code error;
         if (fs::is_directory(fs::status(path, error)))
             walk(path, candidates, intake, path);
-        else if (sd2Candidacy(path, false) == Candidacy::taken)
+        else if (sd2Candidacy(path, std::nullopt) == Candidacy::taken)
             candidates.push_back({path, std::nullopt});
         else if (error)
             intake.skipped.push_back({path, error.message()});

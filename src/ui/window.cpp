@@ -8,7 +8,7 @@ namespace quorvel {
 
 QQuickWindow* openWindow(QQmlApplicationEngine& engine, ConverterModel& model, AppSettings& settings)
 {
-    QFontDatabase::addApplicationFont(":/fonts/MaterialIcons-Regular.ttf");
+    QFontDatabase::addApplicationFont(QStringLiteral(QUORVEL_ICON_FONT));
     qmlRegisterSingletonInstance("Quorvel", 1, 0, "Model", &model);
     qmlRegisterSingletonInstance("Quorvel", 1, 0, "Settings", &settings);
     engine.load(QUrl("qrc:/qt/qml/Quorvel/Main.qml"));

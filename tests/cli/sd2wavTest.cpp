@@ -134,6 +134,14 @@ TEST_F(Sd2wav, UsageErrorsExitWithTwo)
                             ".wav: No such file or directory\nsd2wav: no .sd2 files found in the given paths\n");
 }
 
+TEST_F(Sd2wav, VersionIsTheProjectsAndNamesTheAudioLibrariesInUse)
+{
+    const Outcome r = run({"--version"});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_TRUE(r.out.starts_with("sd2wav " QUORVEL_VERSION " (libsoxr ")) << r.out;
+    EXPECT_TRUE(r.out.ends_with(")\n") && r.out.find(", libsndfile ") != std::string::npos) << r.out;
+}
+
 TEST_F(Sd2wav, DemoWritesEveryEncodingAndLayoutAndDetectsThem)
 {
     const Outcome r = run({"demo", (dir / "demo").string()});

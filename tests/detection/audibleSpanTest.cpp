@@ -10,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <functional>
 
 using namespace quorvel;
 
@@ -79,16 +81,16 @@ TEST(AudibleSpan, LayoutIsJudgedOnTheAudioAfterALongSilence)
     const std::vector<std::int32_t> zeros(lead.size(), 0);
     // One tone in both channels, each dithered on its own, as a recorder writes it.
     auto left = same, right = same;
-    const auto ditherLeft = test::ditheredSilence(same.size(), 3), ditherRight = test::ditheredSilence(same.size(), 4);
-    for (std::size_t i = 0; i < same.size(); ++i) {
-        left[i] += ditherLeft[i];
-        right[i] += ditherRight[i];
-    }
-    for (const auto& take : {test::joined(lead, twoTones(5 * kFramesPerSecond, 9000)),
-                             test::joined(zeros, test::interleave(same, same)),
-                             test::joined(lead, test::interleave(left, right))}) {
-        const auto bytes = test::encode(take, SourceFormat::s16be);
-        const FileDetection found = *detectFile(bytes, SourceFormatChoice::automatic());
+    std::ranges::transform(left, test::ditheredSilence(same.size(), 3), left.begin(), std::plus<>());
+    std::ranges::transform(right, test::ditheredSilence(same.size(), 4), right.begin(), std::plus<>());
+    const std::pair<const char*, std::vector<std::int32_t>> takes[] = {
+        {"two tones after dither", test::joined(lead, twoTones(5 * kFramesPerSecond, 9000))},
+        {"one tone twice after zeros", test::joined(zeros, test::interleave(same, same))},
+        {"one tone dithered per channel after dither", test::joined(lead, test::interleave(left, right))},
+    };
+    for (const auto& [name, take] : takes) {
+        SCOPED_TRACE(name);
+        const FileDetection found = *detectFile(test::encode(take, SourceFormat::s16be), SourceFormatChoice::automatic());
         EXPECT_EQ(found.format.best, SourceFormat::s16be);
         EXPECT_EQ(found.channels.channels, 2);
         EXPECT_NE(found.channels.confidence, "silent/constant");

@@ -58,74 +58,70 @@ protected:
 
 } // namespace
 
-TEST_F(BounceMetadata, ConvertsAtTheFilesOwnRateAndDropsAPartialFrame)
+// At their own rate (never the 44.1 kHz setting), depth and layout, sample for sample; a
+// trailing partial frame is dropped. The 8-bit stereo take's unrelated channels read as
+// noise interleaved, and its frames as smooth 16-bit samples: the fork stands, judged
+// channel by channel.
+TEST_F(BounceMetadata, ConvertsExactlyAsItsOwnMetadataDescribesIt)
 {
-    Bytes audio = test::encode(test::interleave(test::sine(48000, 80, 3e6), test::sine(48000, 120, 3e6)),
-                               SourceFormat::s24be);
-    audio.insert(audio.end(), {1, 2, 3, 4}); // not a whole frame
-    const fs::path take = dir.write("take.sd2", audio);
-    dir.write("._take.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "2"})));
-    settings.targetRate = 48000;
-    const BounceResult result = bounce(take, 2);
-    ASSERT_TRUE(result.ok) << result.status << result.reason;
-    EXPECT_EQ(lines.line, "Heard 24-bit big-endian · stereo · 48 kHz");
-    const Wav wav = readWav(result.output);
-    EXPECT_EQ(wav.rate, 48000);
-    EXPECT_EQ(wav.samples.size(), 96000u); // not resampled from 44.1 kHz, partial frame gone
-    EXPECT_EQ(wav.samples[2], test::sine(3, 80, 3e6)[1] * 256);
-}
-
-TEST_F(BounceMetadata, EightBitAndThirtyTwoBitSourcesComeThroughExactly)
-{
-    const auto eight = test::sine(30000, 50, 100);
-    Bytes bytes;
-    for (std::int32_t v : eight)
-        bytes.push_back(static_cast<std::uint8_t>(static_cast<std::int8_t>(v)));
-    const fs::path eightBit = dir.write("eight.sd2", bytes);
-    dir.write("._eight.sd2", test::resourceFork({"1", "22050", "1"}));
-    settings.targetRate = 22050;
-    settings.depth = 16;
-    BounceResult result = bounce(eightBit, 1);
-    ASSERT_TRUE(result.ok) << result.status << result.reason;
-    EXPECT_EQ(result.format, SourceFormat::s8);
-    Wav wav = readWav(result.output);
-    ASSERT_EQ(wav.samples.size(), eight.size());
-    for (std::size_t i = 0; i < eight.size(); ++i)
-        ASSERT_EQ(wav.samples[i], eight[i] << 24) << i; // 1/128 scale, written at 16 bits exactly
-
-    // 32-bit samples using every bit, at their own rate, depth and layout.
     auto left = test::sine(20000, 70, 2147483000.0), right = test::sine(20000, 90, 2147483000.0);
     for (std::size_t i = 0; i < left.size(); ++i)
         left[i] ^= static_cast<std::int32_t>(i & 0xFF); // low bits a float cannot carry
-    const auto frames = test::interleave(left, right);
-    Bytes wide;
-    for (std::int32_t v : frames)
-        test::put(wide, static_cast<std::uint32_t>(v), 4);
-    const fs::path thirtyTwo = dir.write("wide.sd2", wide);
-    dir.write("._wide.sd2", test::appleDouble(test::resourceFork({"4", "96000", "2"})));
-    settings.targetRate = 96000;
-    settings.depth = 32;
-    result = bounce(thirtyTwo, 2);
-    ASSERT_TRUE(result.ok) << result.status << result.reason;
-    wav = readWav(result.output);
-    EXPECT_EQ(wav.rate, 96000);
-    EXPECT_EQ(wav.samples, frames);
+    struct Case {
+        int bytes;
+        std::int64_t channels, rate;
+        std::vector<std::int32_t> samples;
+    };
+    const Case cases[] = {
+        {1, 1, 22050, test::sine(30000, 50, 100)},
+        {1, 2, 22050, test::interleave(test::sine(66150, 50.1, 64), test::sine(66150, 17.64, 64))},
+        {3, 2, 48000, test::interleave(test::sine(48000, 80, 3e6), test::sine(48000, 120, 3e6))},
+        {4, 2, 96000, test::interleave(left, right)},
+    };
+    for (const Case& c : cases) {
+        Bytes bytes;
+        for (const std::int32_t v : c.samples)
+            test::put(bytes, static_cast<std::uint32_t>(v), c.bytes);
+        bytes.resize(bytes.size() + static_cast<std::size_t>(c.bytes * c.channels - 1), 0x55); // not a whole frame
+        const std::string name = "take" + std::to_string(c.bytes) + std::to_string(c.channels) + ".sd2";
+        const fs::path path = dir.write(name, bytes);
+        dir.write("._" + name, test::appleDouble(test::resourceFork(
+                                   {std::to_string(c.bytes), std::to_string(c.rate), std::to_string(c.channels)})));
+        settings.targetRate = c.rate;
+        settings.depth = c.bytes == 1 ? 16 : 8 * c.bytes;
+        const BounceResult result = bounce(path, c.channels);
+        ASSERT_TRUE(result.ok) << result.status << result.reason;
+        EXPECT_FALSE(result.autoCorrected) << name;
+        EXPECT_TRUE(result.format.isBigEndian() && result.format.bytesPerSample() == c.bytes) << name;
+        const Wav wav = readWav(result.output);
+        EXPECT_EQ(wav.rate, c.rate);
+        std::vector<std::int32_t> expected;
+        for (const std::int32_t v : c.samples)
+            expected.push_back(v << (32 - 8 * c.bytes)); // 8 bits at 1/128 scale, written at 16 bits exactly
+        EXPECT_EQ(wav.samples, expected) << name;
+    }
 }
 
 TEST_F(BounceMetadata, MacBinaryConvertsItsDataForkUnderItsStoredName)
 {
     const auto samples = test::sine(40000, 64, 9000);
     const Bytes data = test::encode(samples, SourceFormat::s16be);
-    const fs::path bin = dir.write("MIX3~1.BIN", test::macBinary("Mix 3/caf\x8E \xA5", data, test::resourceFork({"2", "44100", "1"})));
     settings.targetRate = 44100;
     settings.depth = 16;
-    const BounceResult result = bounce(bin, 1);
-    ASSERT_TRUE(result.ok) << result.status << result.reason;
-    EXPECT_EQ(result.output.filename(), "Mix 3_café •_44.1kHz_16bit_mono.wav"); // from Mac OS Roman
-    const Wav wav = readWav(result.output);
-    ASSERT_EQ(wav.samples.size(), samples.size()); // no header bytes, no fork, no padding
-    EXPECT_EQ(wav.samples.front(), samples.front() << 16);
-    EXPECT_EQ(wav.samples.back(), samples.back() << 16);
+    // A stored name that would make a hidden file, or none, gives way to the file's own.
+    const std::pair<std::string, std::string> names[] = {{"Mix 3/caf\x8E \xA5", "Mix 3_café •"}, // from Mac OS Roman
+                                                         {".", "MIX3~1"}, {"..", "MIX3~1"}, {"._take.sd2", "MIX3~1"}};
+    for (const auto& [stored, base] : names) {
+        const fs::path bin = dir.write("MIX3~1.BIN", test::macBinary(stored, data, test::resourceFork({"2", "44100", "1"})));
+        const BounceResult result = bounce(bin, 1);
+        ASSERT_TRUE(result.ok) << result.status << result.reason;
+        EXPECT_EQ(result.output.filename(), base + "_44.1kHz_16bit_mono.wav");
+        const Wav wav = readWav(result.output);
+        ASSERT_EQ(wav.samples.size(), samples.size()); // no header bytes, no fork, no padding
+        EXPECT_EQ(wav.samples.front(), samples.front() << 16);
+        EXPECT_EQ(wav.samples.back(), samples.back() << 16);
+        fs::remove(result.output);
+    }
 }
 
 // A split-stereo pair whose halves kept their forks: their encoding and rate, bit-exact.

@@ -26,12 +26,6 @@ Bytes stereoSine(SourceFormat format, std::size_t frames = 20000)
     return test::encode(test::interleave(test::sine(frames, 61, amplitude), test::sine(frames, 89, amplitude)), format);
 }
 
-std::optional<SourceDescription> describe(const std::string& size, const std::string& rate, const std::string& channels,
-                                          bool typed = false)
-{
-    return trustedDescription(Sd2Strings{size, rate, channels}, typed);
-}
-
 } // namespace
 
 TEST(Fork, ReadsTheStringsWhereverTheMapPutsThem)
@@ -43,24 +37,38 @@ TEST(Fork, ReadsTheStringsWhereverTheMapPutsThem)
     EXPECT_EQ(strings->channels, "1");
 }
 
-TEST(Fork, TrustsSaneValuesOrAnSd2fTypeAndUndoesTheSwap)
+TEST(Fork, TrustsUsableValuesAndUndoesTheSwap)
 {
-    EXPECT_EQ(describe("3", "48000.000000", "2"), k24Stereo48);
-    EXPECT_EQ(describe("1", "22050", "1"), (SourceDescription{SourceFormat::s8, 1, 22050}));
-    EXPECT_EQ(describe("4", "96000.0", "2"), (SourceDescription{SourceFormat::s32be, 2, 96000}));
-    EXPECT_EQ(describe(" 2", "22254.545454", "1 "), (SourceDescription{SourceFormat::s16be, 1, 22255}));
-    // Size and rate swapped by the writer.
-    EXPECT_EQ(describe("44100.000000", "2", "2"), (SourceDescription{SourceFormat::s16be, 2, 44100}));
-    // Outside the sane range only an 'Sd2f' type is believed, and only with usable values.
-    EXPECT_FALSE(describe("2", "2000", "1"));
-    EXPECT_EQ(describe("2", "2000", "1", true), (SourceDescription{SourceFormat::s16be, 1, 2000}));
-    EXPECT_FALSE(describe("2", "1000000", "1", true));
-    EXPECT_FALSE(describe("2", "44100", "6", true));
-    EXPECT_FALSE(describe("5", "44100", "2", true));
-    EXPECT_FALSE(describe("2.5", "44100", "2"));
-    EXPECT_FALSE(describe("2", "44100 Hz", "2"));
-    EXPECT_FALSE(describe("2", "nan", "2", true));
-    EXPECT_FALSE(trustedDescription(Sd2Strings{"2", "44100", std::nullopt}, true));
+    struct Case {
+        Sd2Strings strings;
+        bool typedSd2;
+        std::optional<SourceDescription> trusted;
+    };
+    const auto s16Mono = [](std::int64_t rate) { return SourceDescription{SourceFormat::s16be, 1, rate}; };
+    const Case cases[] = {
+        {{"3", "48000.000000", "2"}, false, k24Stereo48},
+        {{"1", "22050", "1"}, false, SourceDescription{SourceFormat::s8, 1, 22050}},
+        {{"4", "96000.0", "2"}, false, SourceDescription{SourceFormat::s32be, 2, 96000}},
+        {{" 2", "22254.545454", "1 "}, false, s16Mono(22255)},
+        {{"44100.000000", "2", "2"}, false, SourceDescription{SourceFormat::s16be, 2, 44100}}, // swapped by the writer
+        // Rates from 4 kHz, whatever the type: 1 kHz would make a WAV a hundred times the source.
+        {{"2", "4000", "1"}, false, s16Mono(4000)},
+        {{"2", "3999", "1"}, true, std::nullopt},
+        {{"2", "1000", "1"}, true, std::nullopt},
+        // Past 384 kHz only an 'Sd2f' type is believed, up to 768 kHz.
+        {{"2", "705600", "1"}, false, std::nullopt},
+        {{"2", "705600", "1"}, true, s16Mono(705600)},
+        {{"2", "1000000", "1"}, true, std::nullopt},
+        {{"2", "44100", "6"}, true, std::nullopt},
+        {{"5", "44100", "2"}, true, std::nullopt},
+        {{"2.5", "44100", "2"}, false, std::nullopt},
+        {{"2", "44100 Hz", "2"}, false, std::nullopt},
+        {{"2", "nan", "2"}, true, std::nullopt},
+        {{"2", "44100", std::nullopt}, true, std::nullopt},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(trustedDescription(c.strings, c.typedSd2), c.trusted)
+            << *c.strings.sampleSize << " " << *c.strings.sampleRate << " " << c.strings.channels.value_or("-");
 }
 
 TEST(Fork, MalformedForksAreRejectedWithoutReadingOutside)
@@ -128,87 +136,78 @@ TEST(Containers, EntryTablesAndMacBinaryHeadersAreChecked)
     EXPECT_FALSE(parseMacBinary(bin, header->resourceFork.offset + 10)); // fork past the end
 }
 
-// Every place a fork survives, each found beside the same audio.
+// Every place a fork survives, each found beside the same audio; in a container only the
+// data fork is audio, whichever fork describes it.
 TEST(FindFileSource, LooksInEveryPlaceTheForkSurvives)
 {
     test::ScratchDir dir;
     const Bytes audio = stereoSine(SourceFormat::s24be);
-    const Bytes fork = test::resourceFork({});
-    const auto found = [&](const fs::path& file) { return findFileSource(file); };
-
-    const fs::path bare = dir.write("bare/take.sd2", audio);
-    dir.write("bare/._take.sd2", fork);
-    const fs::path doubled = dir.write("double/take.sd2", audio);
-    dir.write("double/._take.sd2", test::appleDouble(fork));
-    const fs::path netatalk = dir.write("netatalk/take.sd2", audio);
-    dir.write("netatalk/.AppleDouble/take.sd2", test::appleDouble(fork));
-    const fs::path zipped = dir.write("zip/Session/Audio Files/take.sd2", audio);
-    dir.write("zip/__MACOSX/Session/Audio Files/._take.sd2", test::appleDouble(fork));
-    const fs::path none = dir.write("none/take.sd2", audio);
-
-    for (const auto& [file, container] : {std::pair{bare, "resource fork"}, {doubled, "AppleDouble"},
-                                          {netatalk, "AppleDouble"}, {zipped, "AppleDouble"}}) {
-        const FileSource source = found(file);
-        EXPECT_EQ(source.description, k24Stereo48) << file;
-        EXPECT_EQ(source.container, container) << file;
-        EXPECT_EQ(source.offset, 0);
-        EXPECT_FALSE(source.length);
+    const Bytes fork = test::resourceFork({}), monoFork = test::resourceFork({"2", "44100", "1"});
+    const SourceDescription mono16{SourceFormat::s16be, 1, 44100};
+    struct Case {
+        std::string file;
+        Bytes bytes;
+        std::string sidecar; // where a fork lies beside the file, if anywhere
+        Bytes sidecarBytes;
+        std::string container;
+        std::optional<SourceDescription> description;
+    };
+    const Case cases[] = {
+        {"bare/take.sd2", audio, "bare/._take.sd2", fork, "resource fork", k24Stereo48},
+        {"double/take.sd2", audio, "double/._take.sd2", test::appleDouble(fork), "AppleDouble", k24Stereo48},
+        {"netatalk/take.sd2", audio, "netatalk/.AppleDouble/take.sd2", test::appleDouble(fork), "AppleDouble", k24Stereo48},
+        {"zip/Session/Audio Files/take.sd2", audio, "zip/__MACOSX/Session/Audio Files/._take.sd2",
+         test::appleDouble(fork), "AppleDouble", k24Stereo48},
+        {"none/take.sd2", audio, "", {}, "", std::nullopt},
+        {"mb/Mix 3.bin", test::macBinary("Mix 3", audio, monoFork), "", {}, "MacBinary", mono16},
+        {"as/Mix 3", test::appleSingle(audio, fork), "", {}, "AppleSingle", k24Stereo48},
+        {"both/Mix 3.bin", test::macBinary("Mix 3", audio, monoFork), "both/._Mix 3.bin", test::appleDouble(fork),
+         "AppleDouble", k24Stereo48},
+    };
+    for (const Case& c : cases) {
+        const fs::path file = dir.write(c.file, c.bytes);
+        if (!c.sidecar.empty())
+            dir.write(c.sidecar, c.sidecarBytes);
+        const FileSource source = findFileSource(file, dir.path());
+        EXPECT_EQ(source.description, c.description) << c.file;
+        EXPECT_EQ(source.container, c.container) << c.file;
+        EXPECT_EQ(source.storedName, c.file.ends_with(".bin") ? "Mix 3" : "") << c.file;
+        const MappedFile mapped = MappedFile::open(file);
+        EXPECT_TRUE(std::ranges::equal(source.audio(mapped.bytes()), audio)) << c.file;
     }
-    EXPECT_EQ(found(none), FileSource{});
-
-    // A relative path finds its sidecars and __MACOSX ancestors too.
-    const fs::path before = fs::current_path();
-    fs::current_path(dir / "zip/Session");
-    EXPECT_EQ(found("Audio Files/take.sd2").description, k24Stereo48);
-    fs::current_path(before);
-
-    // Containers: only the data fork is audio, and MacBinary keeps the stored name.
-    const fs::path bin = dir.write("mb/Mix 3.bin", test::macBinary("Mix 3", audio, test::resourceFork({"2", "44100", "1"})));
-    const FileSource mac = found(bin);
-    EXPECT_EQ(mac.description, (SourceDescription{SourceFormat::s16be, 1, 44100}));
-    EXPECT_EQ(mac.container, "MacBinary");
-    EXPECT_EQ(mac.storedName, "Mix 3");
-    const MappedFile binFile = MappedFile::open(bin);
-    EXPECT_TRUE(std::ranges::equal(mac.audio(binFile.bytes()), audio));
-
-    const fs::path as = dir.write("as/Mix 3", test::appleSingle(audio, fork));
-    const FileSource single = found(as);
-    EXPECT_EQ(single.description, k24Stereo48);
-    EXPECT_EQ(single.container, "AppleSingle");
-    const MappedFile asFile = MappedFile::open(as);
-    EXPECT_TRUE(std::ranges::equal(single.audio(asFile.bytes()), audio));
-
-    // A sidecar beside a container describes it; the data fork is still the audio.
-    dir.write("mb/._Mix 3.bin", test::appleDouble(fork));
-    const FileSource both = found(bin);
-    EXPECT_EQ(both.description, k24Stereo48);
-    EXPECT_EQ(both.offset, 128);
 }
 
-TEST(FindFileSource, IgnoresSidecarsThatCannotBeTrusted)
+TEST(FindFileSource, IgnoresUntrustedSidecarsAndReportsUnreadableOnes)
 {
     test::ScratchDir dir;
     const Bytes audio = stereoSine(SourceFormat::s16be);
-    const Bytes fork = test::resourceFork({});
-    // Another file's sidecar: a text file's Finder info and no strings.
-    const fs::path other = dir.write("a/take.sd2", audio);
-    dir.write("a/._take.sd2", test::appleContainer(0x00051607, {{9, test::finderInfo("TEXT", "ttxt")}}));
-    // Wrong type and insane values.
-    const fs::path insane = dir.write("b/take.sd2", audio);
-    dir.write("b/._take.sd2", test::appleDouble(test::resourceFork({"9", "7", "6"}), "TEXT"));
-    // Truncated AppleDouble: the fork entry runs past the end.
-    const fs::path truncated = dir.write("c/take.sd2", audio);
-    const Bytes whole = test::appleDouble(fork);
-    dir.write("c/._take.sd2", Bytes(whole.begin(), whole.end() - 20));
-    // A sidecar that is a folder.
-    const fs::path folder = dir.write("d/take.sd2", audio);
+    const Bytes whole = test::appleDouble(test::resourceFork({}));
+    // "._take.sd2" beside the audio, describing nothing the take can use.
+    const std::pair<std::string, Bytes> sidecars[] = {
+        {"other", test::appleContainer(0x00051607, {{9, test::finderInfo("TEXT", "ttxt")}})}, // a text file's
+        {"insane", test::appleDouble(test::resourceFork({"9", "7", "6"}), "TEXT")},           // wrong type and values
+        {"truncated", Bytes(whole.begin(), whole.end() - 20)}, // the fork entry runs past the end
+    };
+    for (const auto& [folder, bytes] : sidecars) {
+        dir.write(folder + "/._take.sd2", bytes);
+        EXPECT_EQ(findFileSource(dir.write(folder + "/take.sd2", audio), std::nullopt), FileSource{}) << folder;
+    }
+    // A sidecar that is a folder, and a name too long for a sidecar to exist.
     fs::create_directories(dir / "d/._take.sd2");
-    for (const fs::path& file : {other, insane, truncated, folder})
-        EXPECT_EQ(findFileSource(file), FileSource{}) << file;
+    for (const fs::path& file : {dir.write("d/take.sd2", audio), dir.write("e/" + std::string(254, 'n'), audio)})
+        EXPECT_EQ(findFileSource(file, std::nullopt), FileSource{}) << file;
 
     // An untrusted sidecar does not hide a trusted one further down the list.
-    dir.write("b/.AppleDouble/take.sd2", test::appleDouble(fork));
-    EXPECT_EQ(findFileSource(insane).description, k24Stereo48);
+    dir.write("insane/.AppleDouble/take.sd2", whole);
+    EXPECT_EQ(findFileSource(dir / "insane/take.sd2", std::nullopt).description, k24Stereo48);
+
+    // One that is there but cannot be read (a link loop here) is reported, never guessed past.
+    const fs::path looped = dir.write("f/take.sd2", audio);
+    dir.write("f/.AppleDouble/take.sd2", whole);
+    fs::create_symlink("._take.sd2", dir / "f/._take.sd2");
+    const FileSource unread = findFileSource(looped, std::nullopt);
+    EXPECT_EQ(unread.unreadable, (dir / "f/._take.sd2").string() + ": Too many levels of symbolic links");
+    EXPECT_FALSE(unread.description);
 }
 
 TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
@@ -217,14 +216,15 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     const fs::path take = dir.write("take.sd2", stereoSine(SourceFormat::s24be));
     dir.write("._take.sd2", test::appleDouble(test::resourceFork({})));
     const MappedFile file = MappedFile::open(take);
-    const auto found = detectSource(take, file.bytes(), SourceFormatChoice::automatic());
+    std::string unreadable;
+    const auto found = detectSource(take, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->status, "24-bit BE (file info) · Stereo · 48 kHz");
     EXPECT_EQ(found->format.best, SourceFormat::s24be);
     EXPECT_EQ(found->channels.channels, 2);
 
     // A fixed choice overrides the encoding; the file's rate stays its own.
-    const auto fixed = detectSource(take, file.bytes(), SourceFormatChoice::fixed(SourceFormat::s16le));
+    const auto fixed = detectSource(take, file.bytes(), SourceFormatChoice::fixed(SourceFormat::s16le), std::nullopt, unreadable);
     ASSERT_TRUE(fixed);
     EXPECT_TRUE(fixed->status.starts_with("16-bit LE (set)")) << fixed->status;
     EXPECT_EQ(fixed->source.description->rate, 48000);
@@ -233,7 +233,7 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     const fs::path lying = dir.write("lying.sd2", stereoSine(SourceFormat::s16le));
     dir.write("._lying.sd2", test::appleDouble(test::resourceFork({"3", "48000", "1"})));
     const MappedFile lyingFile = MappedFile::open(lying);
-    const auto detected = detectSource(lying, lyingFile.bytes(), SourceFormatChoice::automatic());
+    const auto detected = detectSource(lying, lyingFile.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
     ASSERT_TRUE(detected);
     EXPECT_EQ(detected->status, "16-bit LE (auto) · Stereo · confident · file info did not match the audio");
     EXPECT_FALSE(detected->source.description);
@@ -265,12 +265,13 @@ TEST(DetectSource, ReadsTheForksLibsndfileWrites)
         sf_close(file);
         ASSERT_TRUE(fs::exists(dir / ("._" + path.filename().string())));
 
-        const FileSource source = findFileSource(path);
+        const FileSource source = findFileSource(path, std::nullopt);
         EXPECT_EQ(source.description, (SourceDescription{c.format, c.channels, c.rate})) << c.subformat;
         EXPECT_EQ(source.container, "resource fork");
         // Its data fork reads as audio in the described encoding, so the description stands.
         const MappedFile mapped = MappedFile::open(path);
-        const auto found = detectSource(path, mapped.bytes(), SourceFormatChoice::automatic());
+        std::string unreadable;
+        const auto found = detectSource(path, mapped.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
         ASSERT_TRUE(found);
         EXPECT_EQ(found->status, metadataStatus(*source.description));
     }

@@ -63,62 +63,73 @@ protected:
 TEST_F(BounceFile, ConvertsAndReportsEachStep)
 {
     const auto path = dir.write("Kick 01.sd2", test::encode(test::interleave(test::sine(44100, 40, 9000), test::sine(44100, 25, 7000)), SourceFormat::s16be));
-    const BounceResult r = bounceFile(itemFor(path, SourceFormat::s16be, 2), settings, recorder);
-
-    EXPECT_TRUE(r.ok) << r.status;
-    EXPECT_EQ(r.status, "Bounced → Kick 01_48kHz_24bit_stereo.wav");
-    EXPECT_EQ(recorder.steps, (std::vector<std::string>{"Heard 16-bit big-endian · stereo · 44.1 kHz",
-                                                        "Printing to 48 kHz / 24-bit stereo…"}));
-    EXPECT_EQ(framesIn(r.output), 48000);
-
     settings.normalize = true;
     settings.channels = TargetChannels::mono;
     settings.sourceRate = 48000;
-    const BounceResult again = bounceFile(itemFor(path, SourceFormat::s16be, 2), settings, recorder);
-    EXPECT_EQ(again.status, "Bounced → Kick 01_48kHz_24bit_mono.wav");
-    EXPECT_EQ(recorder.steps[2], "Heard 16-bit big-endian · stereo · 48 kHz");
-    EXPECT_EQ(recorder.steps[3], "Printing + matching to −14 LUFS…");
-    EXPECT_EQ(framesIn(again.output), 44100) << "same rate: no resampling";
+    const BounceResult r = bounceFile(itemFor(path, SourceFormat::s16be, 2), settings, recorder);
+    EXPECT_EQ(r.status, "Bounced → Kick 01_48kHz_24bit_mono.wav");
+    EXPECT_EQ(recorder.steps, (std::vector<std::string>{"Heard 16-bit big-endian · stereo · 48 kHz",
+                                                        "Printing + matching to −14 LUFS…"}));
+    EXPECT_EQ(framesIn(r.output), 44100) << "same rate: no resampling";
 }
 
-TEST_F(BounceFile, CorrectsAnEncodingThatReadsAsStatic)
-{
-    const auto path = dir.write("take.sd2", test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be));
-    const BounceResult r = bounceFile(itemFor(path, SourceFormat::s16le, 1), settings, recorder);
-    EXPECT_TRUE(r.ok) << r.status;
-    EXPECT_TRUE(r.autoCorrected);
-    EXPECT_EQ(r.format, SourceFormat::s16be);
-    ASSERT_EQ(recorder.steps.size(), 3u);
-    EXPECT_EQ(recorder.steps[0], "corrected s16be");
-    EXPECT_EQ(recorder.steps[1], "Auto-corrected · 16-bit big-endian · mono · 44.1 kHz");
-
-    // A fixed choice is checked the same way.
-    settings.sourceFormat = SourceFormatChoice::fixed(SourceFormat::s24le);
-    EXPECT_TRUE(bounceFile(itemFor(path, SourceFormat::s16be, 1), settings, recorder).autoCorrected);
-}
-
-TEST_F(BounceFile, RefusesStaticButNotWideStereo)
+// The encoding in use stands unless it reads as static, stereo judged channel by channel
+// (wide stereo's neighbours belong to unrelated channels and score low even in the right
+// encoding); then another encoding is taken if one reads clearly, judged the same way.
+TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
 {
     std::mt19937 random(5);
     std::vector<std::uint8_t> noise(200000);
     for (auto& b : noise)
         b = static_cast<std::uint8_t>(random());
-    const auto hiss = dir.write("hiss.sd2", noise);
-    const BounceResult r = bounceFile(itemFor(hiss, SourceFormat::s16be, 2), settings, recorder);
-    EXPECT_FALSE(r.ok);
-    EXPECT_FALSE(r.analysed) << "no analysis line, so no pause after it";
-    EXPECT_EQ(r.status, "Reads as static — try another source format in Advanced");
-    EXPECT_TRUE(recorder.steps.empty());
-    EXPECT_TRUE(fs::is_empty(settings.outputFolder));
-
-    // Unrelated channels: neighbours alternate between them and the interleaved score is
-    // low even in the right encoding; read as stereo the file converts, read as mono it is static.
-    const auto wide = dir.write("wide.sd2", test::encode(wideStereo(6000), SourceFormat::s16be));
-    const BounceResult stereo = bounceFile(itemFor(wide, SourceFormat::s16be, 2), settings, recorder);
-    EXPECT_TRUE(stereo.ok) << stereo.status;
-    EXPECT_FALSE(stereo.autoCorrected);
-    EXPECT_EQ(recorder.steps.front(), "Heard 16-bit big-endian · stereo · 44.1 kHz");
-    EXPECT_FALSE(bounceFile(itemFor(wide, SourceFormat::s16be, 1), settings, recorder).ok);
+    dir.write("hiss.sd2", noise);
+    dir.write("tone.sd2", test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be));
+    dir.write("wide.sd2", test::encode(wideStereo(6000), SourceFormat::s16be));
+    const std::string noEncoding = ", and no other encoding reads clearly as audio";
+    struct Case {
+        const char* file;
+        SourceFormatChoice choice;
+        SourceFormat inUse;
+        std::int64_t channels;
+        std::optional<SourceFormat> converted; // none: refused as static, for `reason`
+        std::string reason;
+    };
+    const auto automatic = SourceFormatChoice::automatic();
+    const Case cases[] = {
+        {"tone.sd2", automatic, SourceFormat::s16le, 1, SourceFormat::s16be, ""},
+        {"tone.sd2", SourceFormatChoice::fixed(SourceFormat::s24le), SourceFormat::s16be, 1, SourceFormat::s16be, ""},
+        {"wide.sd2", automatic, SourceFormat::s16be, 2, SourceFormat::s16be, ""},
+        {"wide.sd2", SourceFormatChoice::fixed(SourceFormat::s16le), SourceFormat::s16be, 2, SourceFormat::s16be, ""},
+        {"wide.sd2", automatic, SourceFormat::s16be, 1, std::nullopt, "the data reads as noise in 16-bit BE" + noEncoding},
+        {"hiss.sd2", SourceFormatChoice::fixed(SourceFormat::s24le), SourceFormat::s16be, 2, std::nullopt,
+         "the data reads as noise in 24-bit LE" + noEncoding},
+    };
+    for (const Case& c : cases) {
+        settings.sourceFormat = c.choice;
+        recorder.steps.clear();
+        const BounceResult r = bounceFile(itemFor(dir / c.file, c.inUse, c.channels), settings, recorder);
+        const std::string label = std::string(c.file) + " as " + std::string(c.choice.fixedFormat().value_or(c.inUse).rawValue());
+        EXPECT_EQ(r.ok, c.converted.has_value()) << label << ": " << r.status << " " << r.reason;
+        EXPECT_EQ(r.reason, c.reason) << label;
+        if (!c.converted) {
+            EXPECT_EQ(r.status, "Reads as static — try another source format in Advanced");
+            EXPECT_FALSE(r.analysed) << "no analysis line, so no pause after it";
+            EXPECT_TRUE(recorder.steps.empty());
+            continue;
+        }
+        const bool corrected = *c.converted != c.choice.fixedFormat().value_or(c.inUse);
+        EXPECT_EQ(r.format, *c.converted) << label;
+        EXPECT_EQ(r.autoCorrected, corrected) << label;
+        const std::string heard = "16-bit big-endian · " + std::string(c.channels == 1 ? "mono" : "stereo") + " · 44.1 kHz";
+        const std::vector<std::string> steps =
+            corrected ? std::vector<std::string>{"corrected s16be", "Auto-corrected · " + heard, printingTitle(settings, 2)}
+                      : std::vector<std::string>{"Heard " + heard, printingTitle(settings, 2)};
+        EXPECT_EQ(recorder.steps, steps) << label;
+        EXPECT_EQ(r.status, "Bounced → " + r.output.filename().string());
+        const auto frames = static_cast<sf_count_t>(fs::file_size(dir / c.file)) / 2 / c.channels;
+        EXPECT_EQ(framesIn(r.output), frames * 48000 / 44100) << label;
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(settings.outputFolder), {}), 4) << "nothing written for static data";
 }
 
 TEST_F(BounceFile, FailureTexts)
@@ -128,7 +139,6 @@ TEST_F(BounceFile, FailureTexts)
     EXPECT_EQ(missing.reason, "No such file or directory");
 
     const auto path = dir.write("a.sd2", test::encode(test::sine(4000, 20, 10000), SourceFormat::s16be));
-    dir.write("tiny.sd2", test::encode(test::sine(20, 20, 10000), SourceFormat::s16be));
     settings.outputFolder = dir / "not" / "there";
     const BounceResult choked = bounceFile(itemFor(path, SourceFormat::s16be, 2), settings, recorder);
     EXPECT_FALSE(choked.ok);

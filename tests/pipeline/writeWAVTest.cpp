@@ -94,22 +94,21 @@ TEST(WriteWAV, IntegerSourcesRoundTripBitExact)
     EXPECT_EQ(file.substr(file.size() - source.size()), std::string(source.begin(), source.end()));
 }
 
+// Out-of-range values saturate and NaN writes as 0; 32-bit is integer PCM, never float.
 TEST(WriteWAV, SaturatesAndWrites32BitIntegers)
 {
     test::ScratchDir dir;
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const auto buffer = floats({1.0f, -1.0f, 1.5f, -3.0f, 0.5f, nan});
-
-    const WavContents at16 = readBack(writeWAV(*buffer, dir / "s16.wav", 16));
-    const std::int32_t expected16[] = {32767, -32768, 32767, -32768, 16384, 0};
-    for (int i = 0; i < 6; ++i)
-        EXPECT_EQ(at16.samples[i] >> 16, expected16[i]) << i;
-
-    const WavContents at32 = readBack(writeWAV(*buffer, dir / "s32.wav", 32));
-    EXPECT_EQ(at32.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_32) << "32-bit is integer PCM, never float";
-    const std::int32_t expected32[] = {2147483647, -2147483647 - 1, 2147483647, -2147483647 - 1, 1073741824, 0};
-    for (int i = 0; i < 6; ++i)
-        EXPECT_EQ(at32.samples[i], expected32[i]) << i;
+    const auto buffer = floats({1.0f, -1.0f, 1.5f, -3.0f, 0.5f, std::numeric_limits<float>::quiet_NaN()});
+    const std::tuple<int, int, std::vector<std::int32_t>> cases[] = {
+        {16, SF_FORMAT_PCM_16, {32767, -32768, 32767, -32768, 16384, 0}},
+        {32, SF_FORMAT_PCM_32, {2147483647, -2147483647 - 1, 2147483647, -2147483647 - 1, 1073741824, 0}},
+    };
+    for (const auto& [depth, format, expected] : cases) {
+        const WavContents wav = readBack(writeWAV(*buffer, dir / (std::to_string(depth) + "-bit.wav"), depth));
+        EXPECT_EQ(wav.info.format, SF_FORMAT_WAV | format) << depth << "-bit";
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            EXPECT_EQ(wav.samples[i] >> (32 - depth), expected[i]) << depth << "-bit sample " << i;
+    }
 }
 
 TEST(WriteWAV, NeverReplacesAndLeavesNoPartialFile)
@@ -131,20 +130,15 @@ TEST(WriteWAV, NeverReplacesAndLeavesNoPartialFile)
         EXPECT_NE(std::string(error.what()).find((dir / "missing").string()), std::string::npos) << error.what();
         EXPECT_NE(std::string(error.what()).find("No such file or directory"), std::string::npos) << error.what();
     }
-    std::size_t files = 0;
-    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir.path()))
-        ++files;
-    EXPECT_EQ(files, 2u) << "only the kept file and the new one: no partial file left behind";
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 2) << "only the kept file and the new one: no partial file left behind";
 }
 
 TEST(OutputNaming, NamesTooLongForTheFileSystemAreCutAndMarked)
 {
     const std::string stem = outputStem(std::string(250, 'n'), 48000, 24, 2);
-    const fs::path first = outputCandidate("/o", stem, 1);
-    EXPECT_EQ(first.filename(), std::string(229, 'n') + "…_48kHz_24bit_stereo.wav");
+    EXPECT_EQ(outputCandidate("/o", stem, 1).filename(), std::string(229, 'n') + "…_48kHz_24bit_stereo.wav");
     // The next of the series is cut from the same place, and still fits.
-    const fs::path tenth = nextOutputCandidate(outputCandidate("/o", stem, 9));
-    EXPECT_EQ(tenth.filename(), std::string(224, 'n') + "…_48kHz_24bit_stereo (10).wav");
+    EXPECT_EQ(nextOutputCandidate(outputCandidate("/o", stem, 9)).filename(), std::string(224, 'n') + "…_48kHz_24bit_stereo (10).wav");
     EXPECT_EQ(outputCandidate("/o", "short", 10).filename(), "short (10).wav");
 }
 
@@ -171,10 +165,7 @@ TEST(PartialFile, RacingPublishersNeverReplaceEachOtherWithoutHardLinks)
                 });
         }
         ::unsetenv("QUORVEL_TEST_PUBLISH");
-        std::size_t files = 0;
-        for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir.path()))
-            ++files;
-        EXPECT_EQ(files, std::size_t{kThreads * kEach}) << fallback << ": no file replaced, no partial file left";
+        EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), kThreads * kEach) << fallback << ": no file replaced, no partial file left";
         for (int t = 0; t < kThreads; ++t)
             for (int i = 0; i < kEach; ++i)
                 EXPECT_EQ(test::slurp(landed[t][i]), std::to_string(t) + "/" + std::to_string(i)) << fallback;

@@ -2,7 +2,6 @@
 #include "core/detection/detectSource.hpp"
 #include "core/formats/OutputOptions.hpp"
 #include "core/io/MappedFile.hpp"
-#include "core/io/guardedRead.hpp"
 
 namespace quorvel {
 
@@ -62,17 +61,18 @@ PairDetection detectPair(const FileDetection& left, const FileDetection& right, 
 }
 
 std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, const std::filesystem::path& right,
-                                             SourceFormatChoice choice, std::string& unreadable)
+                                             SourceFormatChoice choice, const std::optional<std::filesystem::path>& root,
+                                             std::string& unreadable)
 {
     std::optional<FileDetection> halves[2];
     const std::filesystem::path* paths[2] = {&left, &right};
     for (int c = 0; c < 2; ++c) {
         const MappedFile file = MappedFile::open(*paths[c]);
+        std::string why = file.error();
         if (file.ok())
-            halves[c] = detectSource(*paths[c], file.bytes(), choice);
+            halves[c] = detectSource(*paths[c], file.bytes(), choice, root, why);
         if (!halves[c]) {
-            unreadable = std::string(c == 0 ? "the L half: " : "the R half: ") +
-                         (file.ok() ? std::string(kChangedWhileRead) : file.error());
+            unreadable = std::string(c == 0 ? "the L half: " : "the R half: ") + why;
             return std::nullopt;
         }
     }

@@ -23,9 +23,10 @@ struct PairDetection {
 
 PairDetection detectPair(const FileDetection& left, const FileDetection& right, SourceFormatChoice choice);
 
-// Both halves read from disk, each with its own metadata first. Nothing when a half cannot be
-// read; `unreadable` then says which and why.
+// Both halves read from disk, each with its own metadata first (looked for up to `root`, as
+// findFileSource does). Nothing when a half cannot be read; `unreadable` then says which and why.
 std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, const std::filesystem::path& right,
-                                             SourceFormatChoice choice, std::string& unreadable);
+                                             SourceFormatChoice choice, const std::optional<std::filesystem::path>& root,
+                                             std::string& unreadable);
 
 } // namespace quorvel

@@ -6,25 +6,34 @@
 
 namespace quorvel {
 
-std::optional<FileDetection> detectSource(const std::filesystem::path& path, ByteView file, SourceFormatChoice choice)
+std::optional<FileDetection> detectSource(const std::filesystem::path& path, ByteView file, SourceFormatChoice choice,
+                                          const std::optional<std::filesystem::path>& root, std::string& unreadable)
 {
-    FileSource source = findFileSource(path);
+    FileSource source = findFileSource(path, root);
+    if (!source.unreadable.empty()) {
+        unreadable = "couldn't read the metadata in " + source.unreadable;
+        return std::nullopt;
+    }
     FormatScores scores{};
     const bool read = guardedRead([&] {
         source = checkedSource(std::move(source), file, choice);
         if (source.description && choice.isAuto())
             scores = candidateScores(source.audio(file), smoothness);
     });
-    if (!read)
+    if (!read) {
+        unreadable = kChangedWhileRead;
         return std::nullopt;
+    }
 
     if (!source.description || !choice.isAuto()) {
         std::optional<FileDetection> detected = detectFile(source.audio(file), choice);
-        if (detected) {
-            if (source.mismatched)
-                detected->status += " · file info did not match the audio";
-            detected->source = std::move(source);
+        if (!detected) {
+            unreadable = kChangedWhileRead;
+            return std::nullopt;
         }
+        if (source.mismatched)
+            detected->status += " · file info did not match the audio";
+        detected->source = std::move(source);
         return detected;
     }
     const SourceDescription& described = *source.description;

@@ -11,9 +11,10 @@ namespace quorvel {
 // A file being written under a clearly marked temporary name ("name.wav.partial-XXXXXX",
 // the name cut and marked with "…" when the whole would be too long) beside its final
 // place, so a failed or interrupted write never leaves a half file under a final name.
-// Removed on destruction unless it has been published, and when SIGINT, SIGTERM, SIGHUP or
-// SIGPIPE ends the process (signals left at their default action get a handler that
-// removes the partial files, then ends the process by the same signal).
+// Removed on destruction unless it has been published, and when a signal ends the process:
+// every signal whose default action ends it, left at that default, gets a handler that
+// removes the partial files, then ends the process by the same signal. Only SIGKILL, a
+// power loss and a stack overflow (no stack left for the handler) can leave one.
 class PartialFile {
 public:
     // Creates it exclusively in final.parent_path(), with the mode the user's umask gives
@@ -53,5 +54,9 @@ private:
     std::filesystem::path path_;
     std::string error_;
 };
+
+// Removes every partial file being written. Async-signal-safe: for a fault handler of
+// someone else's that is about to end the process.
+void removeLivePartialFiles() noexcept;
 
 } // namespace quorvel

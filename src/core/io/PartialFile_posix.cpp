@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <mutex>
 #include <random>
 #include <string_view>
@@ -24,60 +25,73 @@ namespace {
 
 std::string lastError() { return std::generic_category().message(errno); }
 
-// Partial files being written, for a signal handler to remove when Ctrl-C, SIGTERM,
-// SIGHUP or a closed pipe ends the process. The handler may only use async-signal-safe
-// calls, so this is a fixed table of preallocated path buffers whose slots change hands
-// through atomics: the one piece of global state the core keeps.
+// Partial files being written, for a signal handler to remove when a signal ends the
+// process. The handler may only use async-signal-safe calls, so this is a fixed table whose
+// slots, each holding a path, change hands through atomics: the one piece of global state
+// the core keeps. A path is only read or freed by whoever moved its slot out of kLive.
 enum SlotState : int { kFree, kOwned, kLive, kRemoving };
 struct LiveSlot {
     std::atomic<int> state{kFree};
-    char path[PATH_MAX];
+    std::unique_ptr<char[]> path;
 };
 static_assert(std::atomic<int>::is_always_lock_free);
-constexpr int kLiveSlots = 64; // beyond that, a file is still written, just not cleaned up on a signal
+// More than sd2wav's most jobs at once (-j 1024), each writing one file, and an audition.
+constexpr int kLiveSlots = 2048;
 LiveSlot liveSlots[kLiveSlots];
 
-constexpr int kCleanupSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+// Every signal whose default action ends the process; SIGKILL cannot be caught. Faults
+// (SIGSEGV, SIGABRT …) remove the files too: a crash leaves no half file behind either.
+constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGUSR1,
+                                  SIGSEGV, SIGUSR2, SIGPIPE, SIGALRM, SIGTERM, SIGXCPU, SIGXFSZ, SIGVTALRM,
+                                  SIGPROF, SIGSYS,
+#ifdef __linux__
+                                  SIGIO, SIGPWR, SIGSTKFLT, // elsewhere SIGIO is ignored by default
+#endif
+};
 
 extern "C" void removePartialsAndDie(int signal)
 {
-    for (LiveSlot& slot : liveSlots) {
-        int live = kLive;
-        if (slot.state.compare_exchange_strong(live, kRemoving))
-            ::unlink(slot.path);
-    }
+    removeLivePartialFiles();
     // SA_RESETHAND has put the default action back: this ends the process as the signal would have.
     ::raise(signal);
+}
+
+void installCleanupHandler(int signal)
+{
+    struct sigaction current {};
+    // An ignored signal stays ignored, and a handler someone else installed stays theirs.
+    if (::sigaction(signal, nullptr, &current) != 0 || (current.sa_flags & SA_SIGINFO) != 0 ||
+        current.sa_handler != SIG_DFL)
+        return;
+    struct sigaction action {};
+    action.sa_handler = removePartialsAndDie;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESETHAND;
+    ::sigaction(signal, &action, nullptr);
 }
 
 void installCleanupHandlers()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        for (const int signal : kCleanupSignals) {
-            struct sigaction current {};
-            // An ignored signal stays ignored, and a handler someone else installed stays theirs.
-            if (::sigaction(signal, nullptr, &current) != 0 || (current.sa_flags & SA_SIGINFO) != 0 ||
-                current.sa_handler != SIG_DFL)
-                continue;
-            struct sigaction action {};
-            action.sa_handler = removePartialsAndDie;
-            sigemptyset(&action.sa_mask);
-            action.sa_flags = SA_RESETHAND;
-            ::sigaction(signal, &action, nullptr);
-        }
+        for (const int signal : kEndingSignals)
+            installCleanupHandler(signal);
+#ifdef SIGRTMIN
+        for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal)
+            installCleanupHandler(signal);
+#endif
     });
 }
 
 int track(const std::string& path)
 {
-    if (path.size() >= PATH_MAX)
-        return -1;
     installCleanupHandlers();
+    auto copy = std::make_unique<char[]>(path.size() + 1);
+    std::memcpy(copy.get(), path.c_str(), path.size() + 1);
     for (int i = 0; i < kLiveSlots; ++i) {
         int free = kFree;
         if (liveSlots[i].state.compare_exchange_strong(free, kOwned)) {
-            std::memcpy(liveSlots[i].path, path.c_str(), path.size() + 1);
+            liveSlots[i].path = std::move(copy);
             liveSlots[i].state.store(kLive);
             return i;
         }
@@ -91,8 +105,10 @@ void untrack(int slot)
         return;
     int live = kLive;
     // When the handler holds the slot the process is ending; leave it be.
-    if (liveSlots[slot].state.compare_exchange_strong(live, kOwned))
+    if (liveSlots[slot].state.compare_exchange_strong(live, kOwned)) {
+        liveSlots[slot].path.reset();
         liveSlots[slot].state.store(kFree);
+    }
 }
 
 constexpr std::string_view kPartialSuffix = ".partial-";
@@ -172,6 +188,15 @@ int renameWithoutReplacing(const char* from, const char* to, Fallback forced)
 }
 
 } // namespace
+
+void removeLivePartialFiles() noexcept
+{
+    for (LiveSlot& slot : liveSlots) {
+        int live = kLive;
+        if (slot.state.compare_exchange_strong(live, kRemoving))
+            ::unlink(slot.path.get());
+    }
+}
 
 PartialFile PartialFile::create(const std::filesystem::path& final)
 {

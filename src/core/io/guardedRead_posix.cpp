@@ -1,6 +1,7 @@
 // POSIX implementation of the guarded read: a bus-error handler that jumps back to the
 // guard of the thread that faulted.
 #include "core/io/guardedRead.hpp"
+#include "core/io/PartialFile.hpp"
 
 #include <csetjmp>
 #include <csignal>
@@ -18,7 +19,9 @@ void onBusError(int signal)
         activeGuard = nullptr;
         siglongjmp(*guard, 1);
     }
-    // A fault outside any guard is a real bug: crash as usual.
+    // A fault outside any guard is a real bug (or a kill -BUS): crash as usual, taking the
+    // partial files along as any ending signal does.
+    removeLivePartialFiles();
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }

@@ -8,17 +8,25 @@
 
 namespace quorvel {
 
-std::optional<FileBytes> readBytes(const std::filesystem::path& path, std::int64_t offset, std::int64_t maxLength)
+std::optional<FileBytes> readBytes(const std::filesystem::path& path, std::int64_t offset, std::int64_t maxLength,
+                                   std::error_code* error)
 {
+    const auto failed = [&] {
+        if (error)
+            *error = std::error_code(errno, std::generic_category());
+        return std::nullopt;
+    };
     const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0)
-        return std::nullopt;
+        return failed();
     struct Closer {
         int fd;
         ~Closer() { ::close(fd); }
     } closer{fd};
     struct stat info {};
-    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || offset < 0 || maxLength < 0)
+    if (::fstat(fd, &info) != 0)
+        return failed();
+    if (!S_ISREG(info.st_mode) || offset < 0 || maxLength < 0)
         return std::nullopt;
 
     FileBytes result;
@@ -30,7 +38,9 @@ std::optional<FileBytes> readBytes(const std::filesystem::path& path, std::int64
         const ssize_t n = ::pread(fd, result.bytes.data() + got, static_cast<std::size_t>(wanted - got), offset + got);
         if (n < 0 && errno == EINTR)
             continue;
-        if (n <= 0)
+        if (n < 0)
+            return failed();
+        if (n == 0)
             break; // the file shrank: keep what was there
         got += n;
     }

@@ -28,6 +28,7 @@ struct FileSource {
     std::string container;    // where the description came from: "AppleDouble", "MacBinary", …
     std::string storedName;   // the name a MacBinary header keeps, if any
     bool mismatched = false;  // metadata was found, but its encoding read as static
+    std::string unreadable;   // a sidecar that is there but could not be read: "PATH: reason"
 
     // The audio bytes of the whole file's bytes, clamped to them.
     std::span<const std::uint8_t> audio(std::span<const std::uint8_t> file) const

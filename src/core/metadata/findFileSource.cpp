@@ -42,10 +42,21 @@ ForkReading readFork(std::span<const std::uint8_t> fork, bool typedSd2, std::str
     return reading;
 }
 
-// A sidecar holds an AppleDouble file or a bare resource fork.
-std::optional<ForkReading> readSidecar(const fs::path& path)
+// Errors that mean there is no sidecar at that path: nothing there, a name too long to
+// exist, or a socket.
+bool absent(const std::error_code& error)
 {
-    const auto file = readBytes(path, 0, kSidecarLimit);
+    return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
+           error == std::errc::filename_too_long || error == std::errc::no_such_device_or_address;
+}
+
+// A sidecar holds an AppleDouble file or a bare resource fork. `error` is set when one is
+// there but could not be read.
+std::optional<ForkReading> readSidecar(const fs::path& path, std::error_code& error)
+{
+    const auto file = readBytes(path, 0, kSidecarLimit, &error);
+    if (absent(error))
+        error.clear();
     if (!file || file->bytes.empty())
         return std::nullopt;
     const ByteReader in(file->bytes);
@@ -62,7 +73,7 @@ std::optional<ForkReading> readSidecar(const fs::path& path)
     return readFork(file->bytes, false, "resource fork");
 }
 
-std::vector<fs::path> sidecarCandidates(const fs::path& file)
+std::vector<fs::path> sidecarCandidates(const fs::path& file, const std::optional<fs::path>& root)
 {
     std::vector<fs::path> candidates;
     const fs::path name = file.filename();
@@ -72,17 +83,21 @@ std::vector<fs::path> sidecarCandidates(const fs::path& file)
 #endif
     candidates.push_back(dir / ("._" + name.string()));
     candidates.push_back(dir / ".AppleDouble" / name);
-    // __MACOSX/REL/._NAME under every ancestor, nearest first.
-    std::error_code error;
-    fs::path absolute = fs::absolute(dir.empty() ? fs::path(".") : dir, error).lexically_normal();
-    if (!absolute.has_filename() && absolute.has_relative_path())
-        absolute = absolute.parent_path(); // "/work/." normalises to "/work/"
-    fs::path rel;
-    for (fs::path root = absolute;; root = root.parent_path()) {
-        candidates.push_back(root / "__MACOSX" / rel / ("._" + name.string()));
-        if (root == root.parent_path() || !root.has_relative_path())
-            break;
-        rel = root.filename() / rel;
+    // __MACOSX/REL/._NAME in the file's folder and in each folder above it up to the one
+    // given, nearest first: a __MACOSX further up (in /tmp, say) may be anyone's.
+    std::vector<fs::path> steps;
+    const fs::path below = root ? dir.lexically_relative(*root) : fs::path();
+    for (const fs::path& step : below)
+        if (step != ".")
+            steps.push_back(step);
+    const bool underRoot = !below.empty() && (steps.empty() || steps.front() != "..");
+    if (!underRoot)
+        steps.clear();
+    for (std::size_t split = steps.size() + 1; split-- > 0;) {
+        fs::path ancestor = underRoot ? *root : dir, rel;
+        for (std::size_t i = 0; i < steps.size(); ++i)
+            (i < split ? ancestor : rel) /= steps[i];
+        candidates.push_back(ancestor / "__MACOSX" / rel / ("._" + name.string()));
     }
     return candidates;
 }
@@ -125,7 +140,7 @@ std::optional<ForkReading> readContainerFork(const fs::path& file, const Contain
 
 } // namespace
 
-FileSource findFileSource(const fs::path& file)
+FileSource findFileSource(const fs::path& file, const std::optional<fs::path>& root)
 {
     FileSource source;
     const std::optional<ContainerReading> container = readContainer(file);
@@ -134,8 +149,14 @@ FileSource findFileSource(const fs::path& file)
         source.length = container->dataFork.length;
         source.storedName = container->storedName;
     }
-    for (const fs::path& candidate : sidecarCandidates(file)) {
-        const auto reading = readSidecar(candidate);
+    for (const fs::path& candidate : sidecarCandidates(file, root)) {
+        std::error_code error;
+        const auto reading = readSidecar(candidate, error);
+        if (error) {
+            // It may hold the description: no guess past it.
+            source.unreadable = candidate.string() + ": " + error.message();
+            return source;
+        }
         if (reading && reading->description) {
             source.description = reading->description;
             source.container = reading->container;
@@ -150,11 +171,13 @@ FileSource findFileSource(const fs::path& file)
     return source;
 }
 
-bool hasSd2FinderType(const fs::path& file, bool readHeader)
+bool hasSd2FinderType(const fs::path& file, bool readHeader, const std::optional<fs::path>& root)
 {
-    for (const fs::path& candidate : sidecarCandidates(file))
-        if (const auto reading = readSidecar(candidate); reading && reading->typedSd2)
+    for (const fs::path& candidate : sidecarCandidates(file, root)) {
+        std::error_code unreadable;
+        if (const auto reading = readSidecar(candidate, unreadable); reading && reading->typedSd2)
             return true;
+    }
     if (!readHeader)
         return false;
     const auto container = readContainer(file);

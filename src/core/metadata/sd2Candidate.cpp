@@ -79,7 +79,7 @@ bool readsAsAudio(const fs::path& file)
     return audio;
 }
 
-Candidacy sd2Candidacy(const fs::path& path, bool walked)
+Candidacy sd2Candidacy(const fs::path& path, const std::optional<fs::path>& root)
 {
     if (isSidecarPath(path))
         return Candidacy::skipped;
@@ -91,11 +91,11 @@ Candidacy sd2Candidacy(const fs::path& path, bool walked)
     const fs::file_status status = fs::status(path, error);
     // Named explicitly, anything there is taken, and reading it says what it is; a typo is
     // left to be reported as a path that could not be opened.
-    if (bare && !walked)
+    if (bare && !root)
         return fs::exists(status) ? Candidacy::taken : Candidacy::skipped;
     if (!fs::is_regular_file(status))
         return Candidacy::skipped;
-    if (hasSd2FinderType(path, bare || extension == ".bin" || extension == ".as"))
+    if (hasSd2FinderType(path, bare || extension == ".bin" || extension == ".as", root))
         return Candidacy::taken;
     if (!bare)
         return Candidacy::skipped;

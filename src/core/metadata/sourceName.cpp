@@ -62,10 +62,13 @@ bool endsWithNoCase(const std::string& name, std::string_view suffix)
 std::string sourceBaseName(const std::filesystem::path& file, const FileSource& source)
 {
     const bool container = source.offset > 0 || source.length.has_value();
-    std::string name = source.storedName.empty() ? file.filename().string() : fromMacRoman(source.storedName);
+    // "", ".", ".." or a name starting with a dot would make a hidden output, or one named
+    // like a sidecar: the container's own name serves instead.
+    const bool storedNameUsable = !source.storedName.empty() && !source.storedName.starts_with('.');
+    std::string name = storedNameUsable ? fromMacRoman(source.storedName) : file.filename().string();
     if (endsWithNoCase(name, ".sd2"))
         name.resize(name.size() - 4);
-    else if (container && source.storedName.empty())
+    else if (container && !storedNameUsable)
         name = file.stem().string();
     return name.empty() ? "untitled" : name;
 }

@@ -43,10 +43,10 @@ std::optional<SourceDescription> trustedDescription(const Sd2Strings& strings, b
 
     const bool usable = whole(*size) && *size >= 1 && *size <= 4 && whole(*channels) && *channels >= 1 &&
                         *channels <= 2;
-    const bool saneRate = *rate >= 4000 && *rate <= 384000;
-    // Even an 'Sd2f' file needs a rate a resampler can take sensibly.
-    const bool usableRate = *rate >= 1000 && *rate <= 768000;
-    if (!usable || !(saneRate || (typedSd2 && usableRate)))
+    // No type vouches for a rate below 4 kHz: a 1 kHz claim would turn a small file into a
+    // WAV a hundred times its size. Past 384 kHz, only an 'Sd2f' file is believed.
+    const bool rateInRange = *rate >= 4000 && *rate <= (typedSd2 ? 768000 : 384000);
+    if (!usable || !rateInRange)
         return std::nullopt;
 
     constexpr SourceFormat kBySize[] = {SourceFormat::s8, SourceFormat::s16be, SourceFormat::s24be,

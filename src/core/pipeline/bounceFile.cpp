@@ -1,7 +1,5 @@
 #include "core/pipeline/bounceFile.hpp"
 #include "core/detection/audibleSpan.hpp"
-#include "core/detection/detectBestFormat.hpp"
-#include "core/detection/smoothness.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
 #include "core/pipeline/bouncePair.hpp"
@@ -12,7 +10,6 @@
 #include "core/metadata/sourceName.hpp"
 
 #include <new>
-#include <optional>
 #include <system_error>
 
 namespace quorvel {
@@ -148,46 +145,41 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     if (!file.ok())
         return couldNotRead(result, file.error());
 
-    // The scores read the mapped file; one that shrank since it was queued fails cleanly.
-    double score = 0;
-    bool wideStereo = false, silent = false;
-    std::optional<SourceFormat> corrected;
     result.sourceChannels = item.sourceChannels();
-    FileSource source = findFileSource(item.path);
+    FileSource source = findFileSource(item.path, item.root);
+    if (!source.unreadable.empty()) {
+        result.status = "Couldn't read the file's metadata";
+        result.reason = source.unreadable;
+        return result;
+    }
+    // The scores read the mapped file; one that shrank since it was queued fails cleanly.
+    EncodingCheck check{result.format};
+    bool described = false, silent = false;
     ByteView data;
     const bool read = guardedRead([&] {
         source = checkedSource(std::move(source), file.bytes(), settings.sourceFormat);
         data = source.audio(file.bytes());
-        if (source.description && settings.sourceFormat.isAuto())
+        described = source.description && settings.sourceFormat.isAuto();
+        if (described)
             result.format = source.description->format;
-        score = smoothness(data, result.format);
-        if (score < kStaticBelow) {
-            const FormatScores scores = candidateScores(data, smoothness);
-            const SourceFormat best = bestCandidate(scores);
-            if (best != result.format && scores[best.index()] >= kCorrectionAtLeast) {
-                corrected = best;
-                score = scores[best.index()];
-            }
-        }
-        // Interleaved neighbours belong to different channels, so valid wide stereo can
-        // score low here; judge it channel by channel before calling it static.
-        if (score < kStaticBelow && result.sourceChannels == 2)
-            wideStereo = channelSmoothness(data, corrected.value_or(result.format)) >= kCorrectionAtLeast;
+        check = checkEncoding(data, result.format, result.sourceChannels, described);
         // Digital silence is valid audio (a muted track, a pre-roll) and converts as it is.
-        if (score < kStaticBelow && !wideStereo && data.size() >= kShortestAudio)
+        if (check.readsAsStatic && data.size() >= kShortestAudio)
             silent = !audiblePart(data);
     });
     if (!read)
         return couldNotRead(result, kChangedWhileRead);
-    if (corrected) {
-        result.format = *corrected;
+    if (check.corrected) {
+        result.format = check.format;
         result.autoCorrected = true;
-        observer.corrected(*corrected);
+        observer.corrected(check.format);
     }
-    if (score < kStaticBelow && !wideStereo && !silent) {
+    if (check.readsAsStatic && !silent) {
+        const std::string tried = "the data reads as noise in " + std::string(result.format.shortText());
         result.status = kReadsAsStatic;
         result.reason = data.size() < kShortestAudio ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
-                                             : "the data reads as noise in every encoding";
+                        : described ? tried + ", the encoding the file's own metadata gives"
+                                    : tried + ", and no other encoding reads clearly as audio";
         return result;
     }
 
@@ -220,6 +212,8 @@ BounceResult bounceFile(const BounceItem& item, const BounceSettings& settings, 
         result.reason = std::move(reason);
         return result;
     };
+    if (!settings.outputFolderError.empty())
+        return fail(settings.outputFolderError);
     try {
         return bounceSteps(item, settings, observer, result);
     } catch (const std::bad_alloc&) {

@@ -21,6 +21,7 @@ struct BounceSettings {
     TargetChannels channels = TargetChannels::stereo;
     bool normalize = false;
     std::filesystem::path outputFolder;
+    std::string outputFolderError; // why the output folder cannot be used: every file fails with it
 };
 
 // One queued file. Its fields are read through these at the moment the run needs them,
@@ -30,6 +31,9 @@ struct BounceItem {
     std::function<SourceFormat()> detectedFormat;
     std::function<std::int64_t()> sourceChannels;
     std::optional<std::filesystem::path> right; // a split-stereo pair's right half
+    // The folder it was found under, as given or dropped; sidecars are looked for only up to
+    // it. None for a file given by itself: its own folder only.
+    std::optional<std::filesystem::path> root = std::nullopt;
 };
 
 // Sees each step of a file's bounce as it happens, on the converting thread.

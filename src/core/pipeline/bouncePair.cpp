@@ -42,9 +42,11 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     // The halves are read afresh, so the pair is judged on what is on disk now.
     std::optional<FileDetection> halves[2];
     for (int c = 0; c < 2; ++c) {
-        halves[c] = detectSource(c == 0 ? item.path : *item.right, files[c].bytes(), settings.sourceFormat);
+        std::string unreadable;
+        halves[c] = detectSource(c == 0 ? item.path : *item.right, files[c].bytes(), settings.sourceFormat, item.root,
+                                 unreadable);
         if (!halves[c])
-            return couldNotRead(result, kChangedWhileRead);
+            return couldNotRead(result, unreadable);
     }
     const PairDetection pair = detectPair(*halves[0], *halves[1], settings.sourceFormat);
     const ByteView left = halves[0]->source.audio(files[0].bytes()), right = halves[1]->source.audio(files[1].bytes());
