@@ -14,7 +14,7 @@ struct Reading {
     std::int64_t channels = 2;
     std::string_view confidence = "confident";
     std::optional<std::int64_t> fork = std::nullopt;
-    bool mismatched = false;
+    bool overruled = false; // the fork's encoding, not its rate
 };
 
 FileDetection detection(const Reading& r)
@@ -22,8 +22,7 @@ FileDetection detection(const Reading& r)
     FileDetection d{FormatDetection{}, r.format, {r.channels, r.fork ? "file info" : r.confidence, 0.0}, "as read", {}};
     d.format.best = r.format;
     if (r.fork)
-        d.source.description = SourceDescription{r.format, r.channels, *r.fork};
-    d.source.mismatched = r.mismatched;
+        (r.overruled ? d.source.overruled : d.source.description) = SourceDescription{r.format, r.channels, *r.fork};
     return d;
 }
 
@@ -88,8 +87,9 @@ TEST(SessionEvidence, SettlesOnlyWhatEveryVoiceAgreesOn)
         {"two halves are two voices", {{M, M}, {M}, {unsure}}, {"", "", "s24be×1"}, automatic},
         {"halves never take a stereo answer", {{S}, {S}, {S}, {unsureMono, unsureMono}, {unsureMono}},
          {"", "", "", "", "s24be×2"}, automatic},
-        {"an unreadable file has no say and gets nothing; nor does a fork that did not match",
-         {{}, {S}, {S}, {{.confidence = "verify by ear", .mismatched = true}}}, {"", "", "", ""}, automatic},
+        {"an unreadable file has no say and gets nothing; a fork the audio overruled keeps its rate, not its vote",
+         {{}, {S}, {S}, {{.confidence = "verify by ear", .fork = 48000, .overruled = true}}, {unsure}},
+         {"", "48000", "48000", "", "48000"}, automatic},
     };
     for (const auto& c : cases)
         EXPECT_EQ(settle(c.folder, c.choice), c.expected) << c.what;

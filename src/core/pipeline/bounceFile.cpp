@@ -16,9 +16,6 @@ namespace quorvel {
 
 namespace {
 
-// Sixteen samples of the widest encoding: less cannot be scored in every encoding.
-constexpr std::size_t kShortestAudio = 16 * 3;
-
 std::string channelName(std::int64_t channels) { return channels == 1 ? "mono" : "stereo"; }
 
 // "16-bit big-endian  (s16be)" without its identifier.
@@ -183,8 +180,9 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
         return result;
     }
 
-    // The file's own metadata gives its rate; the run's setting covers files without one.
-    const std::int64_t sourceRate = source.description ? source.description->rate : settings.sourceRate;
+    // The file's own metadata gives its rate, even where the audio overruled its encoding; the
+    // run's setting covers files without one.
+    const std::int64_t sourceRate = source.rate().value_or(settings.sourceRate);
     observer.analysed(analysisLine(result.autoCorrected, result.format, result.sourceChannels, sourceRate));
     result.analysed = true;
 

@@ -25,14 +25,13 @@ Member member(const FileDetection& file, bool splitHalf)
 {
     Member m;
     m.splitHalf = splitHalf;
-    if (const auto& described = file.source.description) {
-        m.ownRate = described->rate;
+    m.ownRate = file.source.rate();
+    if (const auto& described = file.source.description)
         m.voice = Voice{described->format, described->channels};
-    } else if (file.channels.confidence == "confident") {
+    else if (file.channels.confidence == "confident")
         m.voice = Voice{file.used, file.channels.channels};
-    }
-    // A fork that did not match the audio still says the file is not the session's to settle.
-    m.settleable = !m.voice && !file.source.mismatched;
+    // A fork whose encoding the audio overruled still says the file is not the session's to settle.
+    m.settleable = !m.voice && !m.ownRate;
     return m;
 }
 
