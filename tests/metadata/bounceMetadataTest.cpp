@@ -61,7 +61,7 @@ protected:
 // At their own rate (never the 44.1 kHz setting), depth and layout, sample for sample; a
 // trailing partial frame is dropped. The 8-bit stereo take's unrelated channels read as
 // noise interleaved, and its frames as smooth 16-bit samples: the fork stands, judged
-// channel by channel.
+// channel by channel. So does it over a take brought down 78 dB, as rough as noise.
 TEST_F(BounceMetadata, ConvertsExactlyAsItsOwnMetadataDescribesIt)
 {
     auto left = test::sine(20000, 70, 2147483000.0), right = test::sine(20000, 90, 2147483000.0);
@@ -76,6 +76,7 @@ TEST_F(BounceMetadata, ConvertsExactlyAsItsOwnMetadataDescribesIt)
         {1, 1, 22050, test::sine(30000, 50, 100)},
         {1, 2, 22050, test::interleave(test::sine(66150, 50.1, 64), test::sine(66150, 17.64, 64))},
         {3, 2, 48000, test::interleave(test::sine(48000, 80, 3e6), test::sine(48000, 120, 3e6))},
+        {3, 1, 48000, test::noise(30000, 1055)},
         {4, 2, 96000, test::interleave(left, right)},
     };
     for (const Case& c : cases) {
@@ -100,6 +101,19 @@ TEST_F(BounceMetadata, ConvertsExactlyAsItsOwnMetadataDescribesIt)
             expected.push_back(v << (32 - 8 * c.bytes)); // 8 bits at 1/128 scale, written at 16 bits exactly
         EXPECT_EQ(wav.samples, expected) << name;
     }
+}
+
+// A fork whose encoding reads as noise where another reads clearly gives way to the audio,
+// but its rate stays the file's.
+TEST_F(BounceMetadata, AnOverruledForkKeepsItsRate)
+{
+    const fs::path take = dir.write("take.sd2", test::encode(test::sine(48000, 40, 9000), SourceFormat::s16le));
+    dir.write("._take.sd2", test::appleDouble(test::resourceFork({"3", "48000", "2"})));
+    settings.targetRate = 48000;
+    const BounceResult result = bounce(take, 1);
+    ASSERT_TRUE(result.ok) << result.status << result.reason;
+    EXPECT_EQ(lines.line, "Heard 16-bit little-endian · mono · 48 kHz");
+    EXPECT_EQ(readWav(result.output).samples.size(), 48000u);
 }
 
 TEST_F(BounceMetadata, MacBinaryConvertsItsDataForkUnderItsStoredName)

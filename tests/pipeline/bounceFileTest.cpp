@@ -132,6 +132,26 @@ TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
     EXPECT_EQ(std::distance(fs::directory_iterator(settings.outputFolder), {}), 4) << "nothing written for static data";
 }
 
+// Quiet is not static: a take brought down 60 to 90 dB is dither and a whisper of signal,
+// as rough as noise, and converts as it is read; noise louder than −50 dBFS is refused.
+TEST_F(BounceFile, QuietTakesConvertAsRead)
+{
+    const struct {
+        SourceFormat format;
+        double dBFS;
+    } cases[] = {{SourceFormat::s16be, -60}, {SourceFormat::s16le, -78}, {SourceFormat::s16be, -90}, {SourceFormat::s24be, -60},
+                 {SourceFormat::s24le, -78}, {SourceFormat::s24be, -90}, {SourceFormat::s16le, -49}, {SourceFormat::s24le, -49}};
+    for (const auto& c : cases) {
+        const double fullScale = c.format.bytesPerSample() == 2 ? 32768 : 8388608;
+        const auto amplitude = static_cast<std::int32_t>(std::lround(fullScale * std::pow(10.0, c.dBFS / 20)));
+        const auto take = dir.write("take.sd2", test::encode(test::noise(60000, amplitude), c.format));
+        const BounceResult r = bounceFile(itemFor(take, c.format, 1), settings, recorder);
+        EXPECT_EQ(r.ok, c.dBFS < -50) << c.format.rawValue() << " at " << c.dBFS << " dBFS: " << r.status;
+        EXPECT_EQ(r.format, c.format);
+        EXPECT_FALSE(r.autoCorrected);
+    }
+}
+
 TEST_F(BounceFile, FailureTexts)
 {
     const BounceResult missing = bounceFile(itemFor(dir / "gone.sd2", SourceFormat::s16be, 2), settings, recorder);

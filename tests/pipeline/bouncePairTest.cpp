@@ -111,4 +111,8 @@ TEST_F(BouncePair, RefusesHalvesThatReadDifferentlyUnlessTheFormatIsFixed)
     const BounceResult fixed = bounce(left, right);
     EXPECT_EQ(fixed.status, "Reads as static — try another source format in Advanced");
     EXPECT_EQ(fixed.reason, "the R half reads as noise in 16-bit BE");
+
+    // A half that fades to −70 dBFS is judged by its other half, and is no noise.
+    settings.sourceFormat = SourceFormatChoice::automatic();
+    EXPECT_TRUE(bounce(dir.write("Fade.L.sd2", test::encode(test::noise(40000, 10), SourceFormat::s16be)), left).ok);
 }

@@ -31,6 +31,17 @@ inline std::vector<std::int32_t> ditheredSilence(std::size_t count, unsigned see
     return samples;
 }
 
+// Uniform white noise peaking at ±amplitude: as rough as static, at any level.
+inline std::vector<std::int32_t> noise(std::size_t count, std::int32_t amplitude, unsigned seed = 3)
+{
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<std::int32_t> level(-amplitude, amplitude);
+    std::vector<std::int32_t> samples(count);
+    for (auto& v : samples)
+        v = level(random);
+    return samples;
+}
+
 // a followed by b.
 inline std::vector<std::int32_t> joined(std::vector<std::int32_t> a, const std::vector<std::int32_t>& b)
 {
