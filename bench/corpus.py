@@ -15,8 +15,8 @@ Some sessions hold mono takes and .L/.R pairs (one of them dual-mono, one whose 
 fade down to -70 dB), the others stereo takes and a dual-mono one; each also holds a take
 brought down 60 to 80 dB and a room tone. In the big-endian sessions some files keep their
 resource fork in an AppleDouble "._NAME" sidecar and the others lost it; in a third of the
-sessions the names have no extension ("Audio 1_03", "Gtr_02.L"). The truth is in each
-session's truth.json.
+sessions the names have no extension ("Audio 1_03", "Gtr_02.L"). A third of the room tones
+are white hiss. The truth is in each session's truth.json.
 
 Sources (install with: apt-get install ffmpeg pingus-data lincity-ng-data sonic-pi-samples
 alsa-utils sound-theme-freedesktop hydrogen-data): game music (pingus, lincity-ng),
@@ -129,9 +129,14 @@ def session_chain(path, rate, shape, fmt, gain_db=None, seconds=SESSION_SECONDS)
     return args
 
 
-def session_room_tone(index, fmt, layout, rate):
+def session_room_tone(index, fmt, layout, rate, cutoff):
+    """Room tone at the session's rate; with a high cutoff, white hiss (a preamp's or a tape's
+    own noise) as rough as static."""
     args = room_tone(index, fmt, layout)
-    return [args[0], args[1].replace("r=44100", f"r={rate}").replace("d=20", f"d={SESSION_SECONDS}")]
+    graph = args[1].replace("r=44100", f"r={rate}").replace("d=20", f"d={SESSION_SECONDS}")
+    if cutoff > 4000:
+        graph = re.sub("c=(brown|pink)", "c=white", graph).replace("lowpass=f=4000", f"lowpass=f={cutoff}")
+    return [args[0], graph]
 
 
 def resource_fork(sample_size, rate, channels):
@@ -200,7 +205,7 @@ def sessions(corpus, recordings_list):
         quiet_db = ATTENUATIONS_DB[s % len(ATTENUATIONS_DB)]
         add(f"Cue_0{s % 9 + 1}", session_chain(pick(n + 6), rate, layout, fmt, quiet_db), channels, "quiet",
             channels if fork_at(6) else None)
-        add("Room Tone", session_room_tone(s % ROOM_TONES, fmt, layout, rate), channels, "roomtone",
+        add("Room Tone", session_room_tone(s % ROOM_TONES, fmt, layout, rate, 20000 if s % 3 == 1 else 4000), channels, "roomtone",
             channels if fork_at(7) else None)
         if protools:
             pair("Gtr_01", session_chain(pick(n + 4), rate, "left", fmt), session_chain(pick(n + 4), rate, "right", fmt),

@@ -122,7 +122,7 @@ def session_items(sd2wav, corpus, session, convert):
                 "enc_ok": row.get("format") == truth["format"], "lay_ok": row.get("channels") == item["channels"]
                 and ("pair" in row) == ("pair" in item), "rate_ok": row.get("rate") == truth["rate"],
                 "confidence": row.get("confidence"), "status": row.get("status", row.get("error", "left out")),
-                "refused": convert and not converted.get(folder / name, {}).get("ok", False)}
+                "refused": convert and not converted.get(folder / name, {"ok": True})["ok"]}
     return answers
 
 
