@@ -49,7 +49,7 @@ std::string jsonLine(const QueuedSource& source, const SessionDetection& detecte
     line += "},\"status\":" + jsonString(found.status);
     // The rate convert will use: the file's own, else its session's, else the --source-rate given.
     const auto& described = found.source.description;
-    line += ",\"rate\":" + std::to_string(described ? described->rate : detected.session.rate.value_or(defaultRate));
+    line += ",\"rate\":" + std::to_string(found.source.rate().value_or(detected.session.rate.value_or(defaultRate)));
     line += ",\"from\":" + from(source, described && autoChoice, detected.session);
     if (described)
         line += ",\"container\":" + jsonString(found.source.container);
