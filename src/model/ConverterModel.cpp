@@ -3,10 +3,8 @@
 #include "core/pipeline/outputFolder.hpp"
 #include "model/intake.hpp"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QSet>
-#include <QThreadPool>
+#include <algorithm>
+#include <utility>
 
 namespace quorvel {
 
@@ -30,6 +28,7 @@ ConverterModel& ConverterModel::shared()
 ConverterModel::ConverterModel(ModelServices services, QObject* parent)
     : QObject(parent), services_(std::move(services))
 {
+    intakePool_.setMaxThreadCount(1);
     connect(&items_, &FileListModel::statesChanged, this, [this] {
         const int pending = pendingCount();
         if (pending != lastPendingCount_) {
@@ -41,27 +40,28 @@ ConverterModel::ConverterModel(ModelServices services, QObject* parent)
 
 ConverterModel::~ConverterModel()
 {
-    // Detection and batch jobs post back to this object; let them finish first. (At process
-    // exit the pool may already be gone.)
-    if (QThreadPool* pool = QThreadPool::globalInstance())
+    // Background jobs post back to this object: the ones not started are dropped, the
+    // others finish first. A run still going stops between two blocks.
+    stop_ = true;
+    for (QThreadPool* pool : {&intakePool_, &detectionPool_}) {
+        pool->clear();
         pool->waitForDone();
+    }
+    if (worker_.joinable())
+        worker_.join();
     takeOver(this);
 }
 
-void ConverterModel::inBackground(std::function<void()> job)
+void ConverterModel::inBackground(QThreadPool& pool, std::function<void()> job, int priority)
 {
     handOff(this);
-    QThreadPool::globalInstance()->start([this, job = std::move(job)] {
-        takeOver(this);
-        job();
-        handOff(this);
-    });
-}
-
-int ConverterModel::pendingCount() const
-{
-    return static_cast<int>(std::count_if(queue().begin(), queue().end(),
-                                          [](const FileItemPtr& item) { return item->state() != FileItem::done; }));
+    pool.start(
+        [this, job = std::move(job)] {
+            takeOver(this);
+            job();
+            handOff(this);
+        },
+        priority);
 }
 
 QString ConverterModel::outputFolderName() const
@@ -186,6 +186,20 @@ void ConverterModel::addURLs(const QList<QUrl>& urls)
     for (const QUrl& url : urls)
         if (url.isLocalFile())
             given.push_back(pathForUrl(url));
+    waitingIntake_.push_back(std::move(given));
+    if (!takingIn_)
+        takeInNext();
+}
+
+// One call's walk at a time, so each sees what the calls before it queued.
+void ConverterModel::takeInNext()
+{
+    const bool more = !waitingIntake_.empty();
+    assign(this, takingIn_, more, &ConverterModel::takingInChanged);
+    if (!more)
+        return;
+    PathList given = std::move(waitingIntake_.front());
+    waitingIntake_.pop_front();
     std::set<std::string> queued;
     for (const FileItemPtr& item : queue()) {
         queued.insert(item->filePath().string());
@@ -193,25 +207,44 @@ void ConverterModel::addURLs(const QList<QUrl>& urls)
             queued.insert(right->string());
     }
 
-    const CollectedPaths intake = collectSd2Paths(given, queued);
-    // Files in a folder that could not be opened would otherwise just be missing.
-    if (intake.skipped.size() == 1) {
-        const std::filesystem::path& path = intake.skipped.front().path;
-        setStatusLine(QStringLiteral("Couldn't open %1: %2")
-                          .arg(QString::fromLocal8Bit((path.has_filename() ? path : path.parent_path()).filename().string()),
-                               QString::fromStdString(intake.skipped.front().reason)));
-    } else if (!intake.skipped.empty()) {
-        setStatusLine(QStringLiteral("Couldn't open %1 folders — their files are left out").arg(intake.skipped.size()));
-    }
+    inBackground(intakePool_, [this, given = std::move(given), queued = std::move(queued), main = thread()] {
+        const CollectedPaths intake = collectSd2Paths(given, queued);
+        // The items are made here too, then handed to the main thread a batch at a time, so
+        // a folder of thousands never holds the window up.
+        constexpr std::size_t kBatch = 500;
+        std::vector<FileItemPtr> batch;
+        for (const QueuedSource& source : queuedSources(intake, true)) {
+            batch.push_back(std::make_shared<FileItem>(source));
+            batch.back()->moveToThread(main);
+            if (batch.size() == kBatch)
+                post([this, added = std::exchange(batch, {})] { appendItems(added); });
+        }
+        post([this, added = std::move(batch), skipped = intake.skipped] {
+            appendItems(added);
+            reportSkipped(skipped);
+            takeInNext();
+        });
+    });
+}
 
-    std::vector<FileItemPtr> added;
-    for (const QueuedSource& source : queuedSources(intake, true))
-        added.push_back(std::make_shared<FileItem>(source));
-    if (added.empty())
-        return;
+void ConverterModel::appendItems(const std::vector<FileItemPtr>& added)
+{
     items_.append(added);
     for (const FileItemPtr& item : added)
         detect(item);
+}
+
+// Files in a folder that could not be opened would otherwise just be missing.
+void ConverterModel::reportSkipped(const std::vector<SkippedPath>& skipped)
+{
+    if (skipped.size() == 1) {
+        const std::filesystem::path& path = skipped.front().path;
+        setStatusLine(QStringLiteral("Couldn't open %1: %2")
+                          .arg(QString::fromLocal8Bit((path.has_filename() ? path : path.parent_path()).filename().string()),
+                               QString::fromStdString(skipped.front().reason)));
+    } else if (!skipped.empty()) {
+        setStatusLine(QStringLiteral("Couldn't open %1 folders — their files are left out").arg(skipped.size()));
+    }
 }
 
 void ConverterModel::clear()
@@ -255,6 +288,46 @@ void ConverterModel::splitPair(FileItem* item)
     items_.replace(pair.get(), halves);
     for (const FileItemPtr& half : halves)
         detect(half);
+}
+
+std::optional<QueuedSource> ConverterModel::pairWith(const FileItem* item) const
+{
+    if (!item || item->isPair())
+        return std::nullopt;
+    // Paired as intake pairs them, among the files queued from the same folder.
+    const std::filesystem::path path = item->filePath();
+    PathList neighbours;
+    for (const FileItemPtr& other : queue())
+        if (!other->isPair() && other->filePath().parent_path() == path.parent_path())
+            neighbours.push_back(other->filePath());
+    for (const QueuedSource& source : joinSplitStereo(neighbours))
+        if (source.right && (source.path == path || *source.right == path))
+            return source;
+    return std::nullopt;
+}
+
+bool ConverterModel::canJoin(FileItem* item) const
+{
+    const std::optional<QueuedSource> pair = pairWith(item);
+    return pair && std::none_of(queue().begin(), queue().end(), [&](const FileItemPtr& other) {
+               return !other->isPair() && (other->filePath() == pair->path || other->filePath() == *pair->right) &&
+                      other->state() == FileItem::working;
+           });
+}
+
+void ConverterModel::joinPair(FileItem* item)
+{
+    if (!canJoin(item))
+        return;
+    const QueuedSource pair = *pairWith(item);
+    std::vector<const FileItem*> halves; // in queue order
+    for (const FileItemPtr& other : queue())
+        if (!other->isPair() && (other->filePath() == pair.path || other->filePath() == *pair.right))
+            halves.push_back(other.get());
+    const auto joined = std::make_shared<FileItem>(QueuedSource{pair.path, pair.right, halves.front()->root()});
+    items_.removeIf([&](const FileItem& candidate) { return &candidate == halves.back(); });
+    items_.replace(halves.front(), {joined});
+    detect(joined);
 }
 
 } // namespace quorvel

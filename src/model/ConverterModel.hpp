@@ -3,26 +3,37 @@
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
 #include "model/FileListModel.hpp"
+#include "model/FileSections.hpp"
 #include "model/ModelServices.hpp"
 #include "model/handoff.hpp"
+#include "model/intake.hpp"
 
 #include <QObject>
+#include <QThreadPool>
 #include <QUrl>
 #include <QVariantList>
 
 #include <filesystem>
 #include <map>
+#include <atomic>
+#include <deque>
 #include <memory>
 #include <optional>
+#include <thread>
 
 namespace quorvel {
 
 // The application's one model: the queue, the settings, and the progress and status texts
-// the window shows. Everything here runs on the main thread; background work (detection,
-// the batch run, auditions) gets snapshots and posts each change back as its own task.
+// the window shows. Everything here runs on the main thread; background work gets
+// snapshots and posts each change back as its own task: folder walks on a thread of their
+// own, one at a time; detections and auditions on a pool of their own (auditions first);
+// the batch run on its own thread, so it never waits behind detections.
 class ConverterModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(quorvel::FileListModel* items READ items CONSTANT)
+    Q_PROPERTY(quorvel::FileSections* rows READ rows CONSTANT)
+    // True while dropped folders are being searched through.
+    Q_PROPERTY(bool takingIn READ takingIn NOTIFY takingInChanged)
     Q_PROPERTY(QString sourceFormatChoice READ sourceFormatChoiceId WRITE setSourceFormatChoiceId NOTIFY sourceFormatChoiceChanged)
     Q_PROPERTY(int sourceRate READ sourceRateHz WRITE setSourceRateHz NOTIFY sourceRateChanged)
     Q_PROPERTY(int targetRate READ targetRateHz WRITE setTargetRateHz NOTIFY targetRateChanged)
@@ -58,7 +69,9 @@ public:
     ~ConverterModel() override;
 
     FileListModel* items() { return &items_; }
+    FileSections* rows() { return &rows_; }
     const std::vector<FileItemPtr>& queue() const { return items_.items(); }
+    bool takingIn() const { return takingIn_; }
 
     SourceFormatChoice sourceFormatChoice() const { return sourceFormatChoice_; }
     SourceRate sourceRate() const { return sourceRate_; }
@@ -78,7 +91,7 @@ public:
     QString phaseDetail() const { return phaseDetail_; }
     bool phaseDone() const { return phaseDone_; }
     bool phaseFailed() const { return phaseFailed_; }
-    int pendingCount() const;
+    int pendingCount() const { return items_.benchCount(); }
     // _sd2_outputs beside the first queued file; none when the queue is empty.
     std::optional<QUrl> defaultOutDir() const;
 
@@ -91,7 +104,8 @@ public:
     void setOutputFolder(const QUrl& folder);
     void setShowAdvanced(bool on);
 
-    // Queue intake and editing.
+    // Queue intake and editing. The folders are searched through off the main thread, one
+    // call after another, and the files arrive in the order intake gives them.
     Q_INVOKABLE void addURLs(const QList<QUrl>& urls);
     Q_INVOKABLE void clear();
     Q_INVOKABLE void clearCompleted();
@@ -99,11 +113,18 @@ public:
     Q_INVOKABLE void requeue(quorvel::FileItem* item);
     // Puts a split-stereo pair's halves back in the queue as two mono files, in its place.
     Q_INVOKABLE void splitPair(quorvel::FileItem* item);
-    // Detection, on the global thread pool; results arrive in completion order.
+    // Whether the item is one half of a split-stereo pair whose other half is queued too.
+    Q_INVOKABLE bool canJoin(quorvel::FileItem* item) const;
+    // Joins such halves into one pair, in the place of the first of them.
+    Q_INVOKABLE void joinPair(quorvel::FileItem* item);
+    // Detection, on the model's pool; results arrive in completion order.
     void detect(const FileItemPtr& item);
     Q_INVOKABLE void redetectAll();
     // The batch run.
     Q_INVOKABLE void convertAll();
+    // Ends the run: the file being written is dropped and no other is started; the files
+    // already bounced stay.
+    Q_INVOKABLE void stopBouncing();
     // Audition and reveal.
     Q_INVOKABLE void preview(quorvel::FileItem* item);
     Q_INVOKABLE void stopPreview();
@@ -127,6 +148,7 @@ signals:
     void phaseDoneChanged();
     void phaseFailedChanged();
     void pendingCountChanged();
+    void takingInChanged();
 
 private:
     struct BatchSnapshot;
@@ -160,12 +182,18 @@ private:
     void setPhaseFailed(bool on);
 
     FileItemPtr find(const FileItem* item) const;
+    // The split-stereo pair the item is one half of, when the other half is queued too.
+    std::optional<QueuedSource> pairWith(const FileItem* item) const;
+    void takeInNext();
+    void appendItems(const std::vector<FileItemPtr>& added);
+    void reportSkipped(const std::vector<SkippedPath>& skipped);
     void detectPairItem(const FileItemPtr& item, SourceFormatChoice choice);
     // A finished detection: shown on its row, kept as the item's own reading, and once every
     // detection of its folder is in, the folder's session applied to its rows.
     void showReading(const FileItemPtr& item, const FileItem::Reading& reading);
     void settleFolder(const std::filesystem::path& folder);
     void runBatch(const BatchSnapshot& snapshot);
+    void pause(double seconds); // the worker's pauses; none once the run is stopped
 
     // Runs `change` on the main thread, after everything posted before it.
     template <class Change>
@@ -181,11 +209,12 @@ private:
             Qt::QueuedConnection);
     }
 
-    // Runs `job` on the global thread pool.
-    void inBackground(std::function<void()> job);
+    // Runs `job` on `pool`; higher priorities first.
+    void inBackground(QThreadPool& pool, std::function<void()> job, int priority = 0);
 
     ModelServices services_;
     FileListModel items_;
+    FileSections rows_{&items_};
     SourceFormatChoice sourceFormatChoice_ = SourceFormatChoice::automatic();
     SourceRate sourceRate_ = SourceRate::r44100;
     TargetRate targetRate_ = TargetRate::r48000;
@@ -205,6 +234,12 @@ private:
     std::unique_ptr<PreviewPlayer> previewSound_;
     int lastPendingCount_ = 0;
     std::map<std::filesystem::path, int> detecting_; // detections running, by folder
+    bool takingIn_ = false;
+    std::deque<PathList> waitingIntake_;
+    QThreadPool intakePool_;
+    QThreadPool detectionPool_;
+    std::thread worker_;
+    std::atomic<bool> stop_{false};
 };
 
 } // namespace quorvel

@@ -4,8 +4,9 @@
 
 #include <QFileInfo>
 
-namespace quorvel {
+#include <algorithm>
 
+namespace quorvel {
 
 FileItem::FileItem(const QueuedSource& source)
     : FileItem(urlForPath(source.path), source.right ? urlForPath(*source.right) : QUrl(), source.root)
@@ -15,10 +16,6 @@ FileItem::FileItem(const QueuedSource& source)
 FileItem::FileItem(const QUrl& url, const QUrl& rightUrl, std::optional<std::filesystem::path> root)
     : url_(url), rightUrl_(rightUrl), root_(std::move(root)), folder_(filePath().parent_path())
 {
-    for (auto signal : {&FileItem::detectedChannelsChanged, &FileItem::detectedFormatChanged,
-                        &FileItem::confidenceChanged, &FileItem::corrChanged, &FileItem::overrideChoiceChanged,
-                        &FileItem::statusChanged, &FileItem::stateChanged, &FileItem::outputURLChanged})
-        connect(this, signal, this, &FileItem::changed);
 }
 
 QString FileItem::fileName() const
@@ -101,6 +98,28 @@ void FileItem::setSession(const SessionAnswer& answer)
     sessionFormat_ = answer.format ? static_cast<int>(answer.format->index()) : -1;
 }
 
+std::vector<WindowSketch::Lane> FileItem::readingLanes(SourceFormatChoice choice) const
+{
+    if (!sketches_)
+        return {};
+    const SourceFormat format = effectiveFormat(choice);
+    std::vector<const WindowSketch*> files;
+    for (const std::vector<WindowSketch>& file : *sketches_) {
+        const auto found = std::find_if(file.begin(), file.end(), [&](const WindowSketch& s) { return s.format == format; });
+        if (found == file.end())
+            return {};
+        files.push_back(&*found);
+    }
+    // A pair's halves are mono files: each is one lane of the stereo picture.
+    if (files.size() == 2)
+        return {files[0]->merged(), files[1]->merged()};
+    if (files.size() != 1)
+        return {};
+    if (sourceChannels() == 1)
+        return {files[0]->merged()};
+    return {files[0]->lanes[0], files[0]->lanes[1]};
+}
+
 // Each setter stores, then announces, so observers read the new value.
 template <class T, class U>
 static bool store(T& field, const U& value)
@@ -163,6 +182,12 @@ void FileItem::setOutputURL(const QUrl& url)
 {
     if (store(outputURL_, url))
         emit outputURLChanged();
+}
+
+void FileItem::setSketches(std::shared_ptr<const Sketches> sketches)
+{
+    sketches_ = std::move(sketches);
+    emit sketchesChanged();
 }
 
 } // namespace quorvel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/detection/windowSketch.hpp"
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
 #include "core/io/splitStereo.hpp"
@@ -11,10 +12,12 @@
 #include <QUuid>
 
 #include <atomic>
-#include <filesystem>
-#include <optional>
 #include <cstdint>
 #include <variant>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
 
 namespace quorvel {
 
@@ -94,6 +97,13 @@ public:
     // The fixed format of a fixed choice, else the detected one.
     SourceFormat effectiveFormat(SourceFormatChoice choice) const;
 
+    // Pictures of the detection's windows in every reading, from the last detection: one
+    // set per file (a pair's left half first). Empty until a detection has finished.
+    using Sketches = std::vector<std::vector<WindowSketch>>;
+    // The picture of the file as `choice` and the channel override read it: one lane for
+    // mono, left and right for stereo; none before detection.
+    std::vector<WindowSketch::Lane> readingLanes(SourceFormatChoice choice) const;
+
     void setDetectedChannels(std::int64_t channels);
     void setDetectedFormat(SourceFormat format);
     void setConfidence(const QString& confidence);
@@ -106,6 +116,7 @@ public:
     // A new reading of its own, which its session has yet to see.
     void setReading(Reading reading);
     void setSession(const SessionAnswer& answer);
+    void setSketches(std::shared_ptr<const Sketches> sketches);
 
 signals:
     void detectedChannelsChanged();
@@ -116,8 +127,7 @@ signals:
     void statusChanged();
     void stateChanged();
     void outputURLChanged();
-    // Any of the above, for the list model's rows.
-    void changed();
+    void sketchesChanged();
 
 private:
     const QUuid id_ = QUuid::createUuid();
@@ -136,6 +146,7 @@ private:
     Reading reading_;
     std::atomic<std::int64_t> sessionRate_{0}; // 0: none
     std::atomic<int> sessionFormat_{-1};       // a SourceFormat's index; −1: none
+    std::shared_ptr<const Sketches> sketches_;
 };
 
 } // namespace quorvel

@@ -21,20 +21,15 @@ QVariant FileListModel::data(const QModelIndex& index, int role) const
     case StatusRole: return item->status();
     case StateRole: return QVariant::fromValue(item->state());
     case ConfidenceRole: return item->confidence();
+    case SectionRole: return item->state() == FileItem::done ? QStringLiteral("completed") : QStringLiteral("bench");
     }
     return {};
 }
 
 QHash<int, QByteArray> FileListModel::roleNames() const
 {
-    return {{ItemRole, "item"}, {FileNameRole, "fileName"}, {StatusRole, "status"}, {StateRole, "state"},
-            {ConfidenceRole, "confidence"}};
-}
-
-int FileListModel::completedCount() const
-{
-    return static_cast<int>(std::count_if(items_.begin(), items_.end(),
-                                          [](const FileItemPtr& item) { return item->state() == FileItem::done; }));
+    return {{ItemRole, "item"},   {FileNameRole, "fileName"},     {StatusRole, "status"},
+            {StateRole, "state"}, {ConfidenceRole, "confidence"}, {SectionRole, "section"}};
 }
 
 FileItem* FileListModel::at(int row) const
@@ -42,17 +37,49 @@ FileItem* FileListModel::at(int row) const
     return row >= 0 && row < rowCount() ? items_[static_cast<std::size_t>(row)].get() : nullptr;
 }
 
+int FileListModel::rowOf(const FileItem* item) const
+{
+    if (rowsStale_) {
+        rows_.clear();
+        for (std::size_t row = 0; row < items_.size(); ++row)
+            rows_.insert(items_[row].get(), static_cast<int>(row));
+        rowsStale_ = false;
+    }
+    return rows_.value(item, -1);
+}
+
+void FileListModel::announce(const FileItem* item, const QList<int>& roles)
+{
+    const int row = rowOf(item);
+    if (row >= 0)
+        emit dataChanged(index(row), index(row), roles);
+}
+
+void FileListModel::stateOf(const FileItem* item)
+{
+    if (item->state() == FileItem::done)
+        done_.insert(item);
+    else
+        done_.remove(item);
+}
+
 void FileListModel::watch(const FileItemPtr& item)
 {
-    FileItem* raw = item.get();
-    connect(raw, &FileItem::changed, this, [this, raw] {
-        const auto found = std::find_if(items_.begin(), items_.end(), [&](const FileItemPtr& p) { return p.get() == raw; });
-        if (found == items_.end())
-            return;
-        const QModelIndex row = index(static_cast<int>(found - items_.begin()));
-        emit dataChanged(row, row);
+    const FileItem* raw = item.get();
+    stateOf(raw);
+    connect(raw, &FileItem::stateChanged, this, [this, raw] {
+        stateOf(raw);
+        announce(raw, {StateRole, SectionRole});
+        emit statesChanged();
     });
-    connect(raw, &FileItem::stateChanged, this, &FileListModel::statesChanged);
+    connect(raw, &FileItem::statusChanged, this, [this, raw] { announce(raw, {StatusRole}); });
+    connect(raw, &FileItem::confidenceChanged, this, [this, raw] { announce(raw, {ConfidenceRole}); });
+}
+
+void FileListModel::forget(const FileItem* item)
+{
+    disconnect(item, nullptr, this, nullptr);
+    done_.remove(item);
 }
 
 void FileListModel::append(const std::vector<FileItemPtr>& added)
@@ -62,6 +89,8 @@ void FileListModel::append(const std::vector<FileItemPtr>& added)
     const int first = rowCount();
     beginInsertRows({}, first, first + static_cast<int>(added.size()) - 1);
     for (const FileItemPtr& item : added) {
+        if (!rowsStale_)
+            rows_.insert(item.get(), static_cast<int>(items_.size()));
         items_.push_back(item);
         watch(item);
     }
@@ -82,8 +111,9 @@ void FileListModel::removeIf(const std::function<bool(const FileItem&)>& doomed)
             --first;
         beginRemoveRows({}, first, row);
         for (int r = first; r <= row; ++r)
-            disconnect(items_[static_cast<std::size_t>(r)].get(), nullptr, this, nullptr);
+            forget(items_[static_cast<std::size_t>(r)].get());
         items_.erase(items_.begin() + first, items_.begin() + row + 1);
+        rowsStale_ = true;
         endRemoveRows();
         removed = true;
         row = first;
@@ -96,13 +126,13 @@ void FileListModel::removeIf(const std::function<bool(const FileItem&)>& doomed)
 
 void FileListModel::replace(const FileItem* item, const std::vector<FileItemPtr>& with)
 {
-    const auto found = std::find_if(items_.begin(), items_.end(), [&](const FileItemPtr& p) { return p.get() == item; });
-    if (found == items_.end())
+    const int row = rowOf(item);
+    if (row < 0)
         return;
-    const int row = static_cast<int>(found - items_.begin());
     beginRemoveRows({}, row, row);
-    disconnect(found->get(), nullptr, this, nullptr);
-    items_.erase(found);
+    forget(item);
+    items_.erase(items_.begin() + row);
+    rowsStale_ = true;
     endRemoveRows();
     if (!with.empty()) {
         beginInsertRows({}, row, row + static_cast<int>(with.size()) - 1);

@@ -3,7 +3,10 @@
 #include "model/FileItem.hpp"
 
 #include <QAbstractListModel>
+#include <QHash>
+#include <QSet>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -11,8 +14,9 @@ namespace quorvel {
 
 using FileItemPtr = std::shared_ptr<FileItem>;
 
-// The queue as the views see it: one row per item, in queue order. A row announces a
-// change whenever one of its item's fields changes.
+// The queue in queue order: one row per item. The views read an item's fields from the
+// item itself; a row announces only what list views sort or group by (state, status), so
+// a change costs the same whatever the length of the queue.
 class FileListModel : public QAbstractListModel {
     Q_OBJECT
     Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
@@ -21,7 +25,7 @@ class FileListModel : public QAbstractListModel {
     Q_PROPERTY(int completedCount READ completedCount NOTIFY statesChanged)
 
 public:
-    enum Role { ItemRole = Qt::UserRole + 1, FileNameRole, StatusRole, StateRole, ConfidenceRole };
+    enum Role { ItemRole = Qt::UserRole + 1, FileNameRole, StatusRole, StateRole, ConfidenceRole, SectionRole };
 
     explicit FileListModel(QObject* parent = nullptr) : QAbstractListModel(parent) {}
 
@@ -30,9 +34,11 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
     const std::vector<FileItemPtr>& items() const { return items_; }
-    int completedCount() const;
+    int completedCount() const { return static_cast<int>(done_.size()); }
     int benchCount() const { return rowCount() - completedCount(); }
-    Q_INVOKABLE quorvel::FileItem* at(int row) const;
+    FileItem* at(int row) const;
+    // The item's row, or −1.
+    int rowOf(const FileItem* item) const;
 
     // Each is one change of the list.
     void append(const std::vector<FileItemPtr>& added);
@@ -47,8 +53,15 @@ signals:
 
 private:
     void watch(const FileItemPtr& item);
+    void forget(const FileItem* item);
+    void announce(const FileItem* item, const QList<int>& roles);
+    void stateOf(const FileItem* item);
 
     std::vector<FileItemPtr> items_;
+    QSet<const FileItem*> done_;
+    // Rows by item; rebuilt on the first look-up after rows have moved.
+    mutable QHash<const FileItem*, int> rows_;
+    mutable bool rowsStale_ = false;
 };
 
 } // namespace quorvel

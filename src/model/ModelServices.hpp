@@ -24,8 +24,8 @@ struct ModelServices {
     // A player for a WAV file, made on the main thread; nullptr when nothing can play it.
     // `failed` is for errors that show only later (a file the player cannot load after all).
     std::function<std::unique_ptr<PreviewPlayer>(const QString& wavPath, std::function<void()> failed)> makePlayer;
-    // Shows a folder in the file manager.
-    std::function<void(const QUrl& folder)> reveal;
+    // Shows a folder in the file manager; false when none could be opened.
+    std::function<bool(const QUrl& folder)> reveal;
 
     // Real sleeps, Qt Multimedia and the desktop's file manager.
     static ModelServices system();

@@ -32,7 +32,8 @@ void ConverterModel::preview(FileItem* item)
     const std::optional<std::filesystem::path> root = item->root();
     const QString name = item->fileName();
 
-    inBackground([=, this] {
+    // Ahead of any detections still waiting: the user is listening for it.
+    inBackground(detectionPool_, [=, this] {
         const MappedFile file = MappedFile::open(source);
         bool written = false;
         try { // a write error, or no memory left for the excerpt
@@ -72,7 +73,7 @@ void ConverterModel::preview(FileItem* item)
             previewSound_->play();
             setStatusLine(QStringLiteral("Previewing %1 as %2…").arg(name, channels == 1 ? QStringLiteral("mono") : QStringLiteral("stereo")));
         });
-    });
+    }, 1);
 }
 
 void ConverterModel::stopPreview()
@@ -85,8 +86,9 @@ void ConverterModel::stopPreview()
 void ConverterModel::revealOutput()
 {
     const QUrl folder = outputFolder_.isEmpty() ? defaultOutDir().value_or(QUrl()) : outputFolder_;
-    if (!folder.isEmpty())
-        services_.reveal(folder);
+    if (!folder.isEmpty() && !services_.reveal(folder))
+        setStatusLine(QStringLiteral("Couldn't open a file manager — the files are in %1")
+                          .arg(QString::fromLocal8Bit(pathForUrl(folder).string())));
 }
 
 } // namespace quorvel

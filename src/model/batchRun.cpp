@@ -1,12 +1,9 @@
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/sessionSettings.hpp"
+#include "core/pipeline/stopBetweenBlocks.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
-
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 
 #include <algorithm>
 
@@ -43,7 +40,7 @@ public:
     void analysed(const std::string& line) override
     {
         model_.post([&model = model_, line = text(line)] { model.setPhaseDetail(line); });
-        model_.services_.pause(pace_);
+        model_.pause(pace_);
     }
     void printing(const std::string& title) override
     {
@@ -95,7 +92,23 @@ void ConverterModel::convertAll()
                          normalizeLoudness_,
                          folder.path,
                          folder.error};
-    inBackground([this, snapshot = std::move(snapshot)] { runBatch(snapshot); });
+    // The last run's thread has posted its end by now and is returning.
+    if (worker_.joinable())
+        worker_.join();
+    stop_ = false;
+    handOff(this);
+    worker_ = std::thread([this, snapshot = std::move(snapshot)] {
+        takeOver(this);
+        runBatch(snapshot);
+    });
+}
+
+void ConverterModel::stopBouncing() { stop_ = true; }
+
+void ConverterModel::pause(double seconds)
+{
+    if (!stop_)
+        services_.pause(seconds);
 }
 
 void ConverterModel::runBatch(const BatchSnapshot& snapshot)
@@ -103,9 +116,16 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
     const std::size_t n = snapshot.pending.size();
     const double pace = paceFor(n);
     int failures = 0;
-    services_.pause(kBeforeFirstFile);
+    const StopBetweenBlocks stopping(stop_);
+    const auto closeRun = [this] {
+        post([this] { setShowOverlay(false); });
+        post([this] { setIsConverting(false); });
+    };
+    pause(kBeforeFirstFile);
 
     for (std::size_t i = 0; i < n; ++i) {
+        if (stop_)
+            return closeRun();
         const FileItemPtr& item = snapshot.pending[i];
         const double progress = static_cast<double>(i + 1) / static_cast<double>(n);
         const QString title = n == 1 ? QStringLiteral("Auditioning the source…")
@@ -114,12 +134,20 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         post([item] { item->setStatus(QStringLiteral("Bouncing…")); });
         post([this, title] { setPhaseTitle(title); });
         post([this, name = item->fileName()] { setPhaseDetail(name); });
-        services_.pause(kAfterAnnouncing);
+        pause(kAfterAnnouncing);
 
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
                                 [&] { return item->sourceChannels(); }, item->rightFilePath(), item->root()};
         BatchWorker worker(*this, item, pace);
         const BounceResult result = bounceFile(source, withSession(snapshot.settings, item->session()), worker);
+        if (stop_) {
+            // Stopped while it was being written: it was not meant to be finished.
+            if (result.ok) {
+                std::error_code ignored;
+                std::filesystem::remove(result.output, ignored);
+            }
+            return closeRun();
+        }
         if (!result.ok)
             ++failures;
 
@@ -129,7 +157,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         post([item, status = text(result.status)] { item->setStatus(status); });
         post([this, progress] { setOverallProgress(progress); });
         if (result.analysed)
-            services_.pause(std::min(pace, kMostAfterResult));
+            pause(std::min(pace, kMostAfterResult));
     }
 
     const QString folderName = QString::fromLocal8Bit(snapshot.settings.outputFolder.filename().string());
@@ -149,9 +177,8 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
                               .arg(QString::number(n), n == 1 ? QString() : QStringLiteral("s"), folderName));
         });
     }
-    services_.pause(kBeforeClosing);
-    post([this] { setShowOverlay(false); });
-    post([this] { setIsConverting(false); });
+    pause(kBeforeClosing);
+    closeRun();
 }
 
 } // namespace quorvel

@@ -1,9 +1,9 @@
 #include "core/detection/detectPair.hpp"
 #include "core/detection/detectSource.hpp"
+#include "core/detection/windowSketch.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/guardedRead.hpp"
 #include "model/ConverterModel.hpp"
-
-#include <QFile>
 
 namespace quorvel {
 
@@ -43,6 +43,18 @@ SessionSource sessionSource(const FileItem::Reading& reading)
     }, reading);
 }
 
+// The pictures of a detected file's windows, read from the mapping the detection used, so
+// its pages are still in memory. None when the file changed under the reading.
+std::optional<std::vector<WindowSketch>> sketchesOf(const FileDetection& detected, const MappedFile& file)
+{
+    std::vector<WindowSketch> sketches;
+    const std::optional<SourceFormat> described =
+        detected.source.description ? std::optional(detected.source.description->format) : std::nullopt;
+    if (!guardedRead([&] { sketches = sketchReadings(detected.source.audio(file.bytes()), described); }))
+        return std::nullopt;
+    return sketches;
+}
+
 } // namespace
 
 void ConverterModel::detect(const FileItemPtr& item)
@@ -54,25 +66,46 @@ void ConverterModel::detect(const FileItemPtr& item)
         detectPairItem(item, choice);
         return;
     }
-    inBackground([this, item, choice] {
+    inBackground(detectionPool_, [this, item, choice] {
         const MappedFile file = MappedFile::open(item->filePath());
         std::string unreadable;
         std::optional<FileDetection> detected =
             file.ok() ? detectSource(item->filePath(), file.bytes(), choice, item->root(), unreadable) : std::nullopt;
-        post([this, item, found = detected ? FileItem::Reading(std::move(*detected)) : FileItem::Reading()] {
-            showReading(item, found);
+        const auto sketches = detected ? sketchesOf(*detected, file) : std::nullopt;
+        FileItem::Reading reading;
+        if (sketches)
+            reading = std::move(*detected);
+        post([this, item, reading = std::move(reading),
+              sketches = sketches ? std::make_shared<const FileItem::Sketches>(1, *sketches) : nullptr] {
+            if (sketches)
+                item->setSketches(sketches);
+            showReading(item, reading);
         });
     });
 }
 
 void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice choice)
 {
-    inBackground([this, item, choice] {
+    inBackground(detectionPool_, [this, item, choice] {
         std::string unreadable;
         std::optional<PairDetection> pair =
             detectPairFiles(item->filePath(), *item->rightFilePath(), choice, item->root(), unreadable);
-        post([this, item, found = pair ? FileItem::Reading(std::move(*pair)) : FileItem::Reading()] {
-            showReading(item, found);
+        auto sketches = std::make_shared<FileItem::Sketches>();
+        if (pair) {
+            const MappedFile halves[2] = {MappedFile::open(item->filePath()), MappedFile::open(*item->rightFilePath())};
+            for (int c = 0; c < 2; ++c)
+                if (const auto half = halves[c].ok() ? sketchesOf(c == 0 ? pair->left : pair->right, halves[c]) : std::nullopt)
+                    sketches->push_back(*half);
+        }
+        FileItem::Reading reading;
+        if (pair && sketches->size() == 2)
+            reading = std::move(*pair);
+        else
+            sketches.reset();
+        post([this, item, reading = std::move(reading), sketches = std::shared_ptr<const FileItem::Sketches>(std::move(sketches))] {
+            if (sketches)
+                item->setSketches(sketches);
+            showReading(item, reading);
         });
     });
 }

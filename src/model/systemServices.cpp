@@ -41,7 +41,7 @@ ModelServices ModelServices::system()
             return nullptr;
         return std::make_unique<SoundEffectPlayer>(wavPath, std::move(failed));
     };
-    services.reveal = [](const QUrl& folder) { QDesktopServices::openUrl(folder); };
+    services.reveal = [](const QUrl& folder) { return QDesktopServices::openUrl(folder); };
     return services;
 }
 

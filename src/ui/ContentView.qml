@@ -9,6 +9,7 @@ Item {
     readonly property alias footer: footer
     readonly property alias header: header
     readonly property alias warning: warning
+    readonly property alias stopSheet: stopSheet
     property bool dontShowWarning: false
 
     Rectangle {
@@ -29,33 +30,23 @@ Item {
             Layout.preferredHeight: 1
             color: Theme.hair
         }
-        ScrollView {
-            id: scroll
+        FileList {
+            id: list
+            objectName: "fileList"
             Layout.fillWidth: true
             Layout.fillHeight: true
-            contentWidth: availableWidth
-            ScrollBar.vertical.policy: ScrollBar.AlwaysOn
-            ColumnLayout {
-                width: scroll.availableWidth
+            header: Column {
+                width: list.width
+                topPadding: 16
                 spacing: 16
-                Item { Layout.preferredHeight: 0 }
                 DropZone {
-                    Layout.fillWidth: true
-                    Layout.leftMargin: 16
-                    Layout.rightMargin: 16
+                    x: 16
+                    width: parent.width - 32
                 }
                 SettingsCard {
-                    Layout.fillWidth: true
-                    Layout.leftMargin: 16
-                    Layout.rightMargin: 16
+                    x: 16
+                    width: parent.width - 32
                 }
-                FileList {
-                    Layout.fillWidth: true
-                    Layout.leftMargin: 16
-                    Layout.rightMargin: 16
-                    visible: Model.items.count > 0
-                }
-                Item { Layout.preferredHeight: 0 }
             }
         }
         Rectangle {
@@ -88,6 +79,19 @@ Item {
         }
     }
     Component.onCompleted: if (!Settings.hideVolumeWarning) warning.open()
+
+    // Closing the window while files are being written asks first. Quitting closes the
+    // window again, which must not ask again.
+    property bool stopped: false
+    StopSheet {
+        id: stopSheet
+        onStop: {
+            Model.stopBouncing()
+            view.stopped = true
+            Qt.quit()
+        }
+    }
+    function askToStop() { stopSheet.open() }
 
     // Return bounces; while the warning is up, its own Return takes over.
     Shortcut {

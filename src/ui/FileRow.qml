@@ -3,68 +3,59 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Quorvel
 
-// One queued file: lamp, name and status, listen hint, mono/stereo override and buttons.
-Item {
+// One queued file: lamp, name and status, the picture of its reading, listen hint,
+// mono/stereo override and buttons. The name column takes further lines as they come.
+FocusScope {
     id: row
+    objectName: "fileRow"
     required property var item
+    required property int index
+    property bool flashing: false
     readonly property bool done: item.stateName === "done"
+    readonly property bool failed: item.stateName === "failed"
     // A pair's layout is given by its two files, not guessed.
     readonly property bool showsHint: item.confidence === "verify by ear" && !done && !item.isPair
 
     implicitHeight: Math.max(content.implicitHeight, 30) + 22
+    // A control reached with Tab brings its row into view.
+    onActiveFocusChanged: if (activeFocus && ListView.view) ListView.view.positionViewAtIndex(index, ListView.Contain)
 
     RowCard {
         anchors.fill: parent
+    }
+    Rectangle { // marks the row the list has just brought into view
+        objectName: "flash"
+        anchors.fill: parent
+        radius: 14
+        color: "transparent"
+        border.width: 2
+        border.color: Theme.hot
+        opacity: 0
+        SequentialAnimation on opacity {
+            running: row.flashing
+            loops: 3
+            NumberAnimation { to: 1; duration: 250 }
+            NumberAnimation { to: 0; duration: 350 }
+        }
     }
     RowLayout {
         id: content
         anchors.fill: parent
         anchors.leftMargin: 13
         anchors.rightMargin: 13
+        anchors.topMargin: 11
+        anchors.bottomMargin: 11
         spacing: 11
 
-        Item {
-            Layout.preferredWidth: 24
-            Layout.preferredHeight: 22
-            Rectangle {
-                anchors.centerIn: parent
-                visible: row.item.stateName === "ready"
-                width: 16
-                height: 16
-                radius: 8
-                color: "transparent"
-                border.width: 2
-                border.color: Qt.rgba(Theme.dim.r, Theme.dim.g, Theme.dim.b, 0.55)
-            }
-            Spinner {
-                anchors.centerIn: parent
-                visible: row.item.stateName === "working"
-                width: 12
-                height: 12
-            }
-            Raised {
-                anchors.centerIn: parent
-                visible: row.done || row.item.stateName === "failed"
-                width: 22
-                height: 22
-                radius: 11
-                color: row.done ? Theme.signal : Theme.hot
-                shadowRadius: 2
-                shadowOffset: 1
-                lightShade: "transparent"
-                Symbol {
-                    anchors.centerIn: parent
-                    name: row.done ? "check" : "close"
-                    color: "white"
-                    font.pixelSize: 15
-                    font.bold: true
-                }
-            }
+        StatusLamp {
+            stateName: row.item.stateName
         }
         Column {
+            id: lines
             Layout.fillWidth: true
             spacing: 3
             Text {
+                objectName: "fileName"
                 width: parent.width
                 text: row.item.fileName
                 font.pixelSize: 14
@@ -75,87 +66,88 @@ Item {
                 HoverHandler {
                     id: nameHover
                 }
-                ToolTip.visible: row.item.isPair && nameHover.hovered
-                ToolTip.text: row.item.halves
+                ToolTip.visible: (row.item.isPair || truncated) && nameHover.hovered
+                ToolTip.text: row.item.isPair ? row.item.halves : text
             }
             Readout {
+                objectName: "status"
                 width: parent.width
                 text: row.item.status
                 elide: Text.ElideRight
-                color: row.done ? Theme.signal : row.item.stateName === "failed" ? Theme.hot : Theme.dim
+                maximumLineCount: 1
+                color: row.done ? Theme.signalText : row.failed ? Theme.hotText : Theme.dimText
+                HoverHandler {
+                    id: statusHover
+                }
+                ToolTip.visible: truncated && statusHover.hovered
+                ToolTip.text: text
             }
-        }
-        Symbol {
-            objectName: "listenHint"
-            visible: row.showsHint
-            name: "hearing"
-            color: Theme.amber2
-            HoverHandler {
-                id: hintHover
-            }
-            ToolTip.visible: hintHover.hovered
-            ToolTip.text: "Mono or stereo? Too close to call — give it a listen."
         }
         Item {
-            objectName: "overrideMenu"
-            visible: !row.done
-            enabled: !Model.isConverting
-            implicitWidth: 134
-            implicitHeight: overrideFace.implicitHeight + 14
-            opacity: enabled ? 1 : 0.5
+            Layout.preferredWidth: 120
+            Layout.fillHeight: true
             InsetField {
                 anchors.fill: parent
-                radius: 9
+                radius: 6
             }
-            Row {
-                id: overrideFace
+            Waveform {
+                objectName: "waveform"
+                anchors.fill: parent
+                anchors.margins: 3
+                item: row.item
+                choice: Model.sourceFormatChoice
+                peakColor: Qt.rgba(Theme.dim.r, Theme.dim.g, Theme.dim.b, 0.45)
+                rmsColor: Theme.ink
+            }
+        }
+        // The controls keep their columns when one is absent, so the rows line up as a table.
+        Item {
+            Layout.preferredWidth: 18
+            Layout.preferredHeight: 18
+            Symbol {
+                objectName: "listenHint"
                 anchors.centerIn: parent
-                spacing: 6
-                Text {
-                    objectName: "overrideText"
-                    text: row.item.isPair ? "Stereo (L + R)"
-                                          : row.item.overrideLabels[["Auto", "Mono", "Stereo"].indexOf(row.item.overrideChoice)]
-                    font.pixelSize: 12
-                    font.weight: Font.DemiBold
-                    color: Theme.ink
+                visible: row.showsHint
+                name: "hearing"
+                color: Theme.amber2
+                HoverHandler {
+                    id: hintHover
                 }
-                Symbol {
-                    name: "expand_more"
-                    color: Theme.amber
-                    font.pixelSize: 13
-                }
+                ToolTip.visible: hintHover.hovered
+                ToolTip.text: "Mono or stereo? Too close to call — give it a listen."
             }
-            TapHandler {
-                onTapped: overrideMenu.popup(parent, 0, parent.height)
-            }
-            NeoMenu {
-                id: overrideMenu
-                objectName: "overrideChoices"
-                // A pair's layout is fixed by its two files; it can only be taken apart.
-                options: row.item.isPair ? [{value: "Split", label: "Split into L and R"}]
-                                         : [{value: "Auto", label: row.item.overrideLabels[0]},
-                                            {value: "Mono", label: "Mono"}, {value: "Stereo", label: "Stereo"}]
-                onPicked: value => {
-                    if (value === "Split")
-                        Model.splitPair(row.item)
-                    else
-                        row.item.overrideChoice = value
-                }
+        }
+        Item {
+            Layout.preferredWidth: 134
+            Layout.preferredHeight: 30
+            OverrideMenu {
+                anchors.fill: parent
+                visible: !row.done
+                item: row.item
             }
         }
         CircleIconButton {
+            objectName: "play"
             symbol: "play_arrow"
             tint: Theme.amber
+            tip: "Audition the first four seconds"
             onClicked: Model.preview(row.item)
         }
-        CircleIconButton {
-            objectName: "requeueButton"
-            visible: row.done || row.item.stateName === "failed"
-            symbol: "undo"
-            onClicked: Model.requeue(row.item)
+        Item {
+            implicitWidth: 30
+            implicitHeight: 30
+            CircleIconButton {
+                objectName: "requeueButton"
+                visible: row.done || row.failed
+                symbol: "undo"
+                tip: "Back in the queue"
+                onClicked: Model.requeue(row.item)
+            }
         }
         CircleIconButton {
+            objectName: "remove"
             symbol: "close"
+            tip: "Remove from the list"
             onClicked: Model.remove(row.item)
         }
     }

@@ -37,35 +37,47 @@ Item {
                 }
                 AbstractButton {
                     id: destination
+                    objectName: "destinationButton"
                     width: Math.min(implicitWidth, 220)
                     contentItem: Text {
                         text: hasFolder ? Model.outputFolderName : "Pick a destination…"
                         font.family: Theme.mono
                         font.pixelSize: Theme.caption
-                        color: hasFolder ? Theme.ink : Theme.amber
+                        color: hasFolder ? Theme.ink : Theme.amberText
                         elide: Text.ElideMiddle
                         maximumLineCount: 1
                     }
-                    ToolTip.visible: hovered
+                    focusPolicy: Qt.StrongFocus
+                    ToolTip.visible: hovered || visualFocus
                     ToolTip.text: hasFolder ? Model.outputFolderPath : "Click to choose where the WAV files land"
                     onClicked: outputDialog.open()
+                    FocusRing {
+                        shown: destination.visualFocus
+                        radius: 4
+                    }
                 }
                 AbstractButton {
+                    id: reset
                     visible: hasFolder
+                    focusPolicy: Qt.StrongFocus
                     contentItem: Symbol {
                         name: "cancel"
                         color: Theme.dim
                         font.pixelSize: 12
                     }
-                    ToolTip.visible: hovered
+                    ToolTip.visible: hovered || visualFocus
                     ToolTip.text: "Use the default folder instead"
                     onClicked: Model.outputFolder = ""
+                    FocusRing {
+                        shown: reset.visualFocus
+                        radius: 8
+                    }
                 }
             }
             Text {
                 text: hasFolder ? "your chosen destination" : "otherwise I'll drop them in an _sd2_outputs folder next to your files"
                 font.pixelSize: 10
-                color: Theme.dim
+                color: Theme.dimText
                 width: 260
                 wrapMode: Text.WordWrap
             }
@@ -89,6 +101,7 @@ Item {
             text: Model.isConverting ? "BOUNCING…" : "BOUNCE " + Model.pendingCount + " →"
             implicitWidth: Math.max(150, label.implicitWidth + 44)
             implicitHeight: label.implicitHeight + 24
+            focusPolicy: Qt.StrongFocus
             onClicked: Model.convertAll()
             background: Item {
                 Raised {
@@ -108,6 +121,10 @@ Item {
                     }
                     opacity: bounce.pressed ? 0.85 : 1
                 }
+                FocusRing {
+                    shown: bounce.visualFocus
+                    radius: 15
+                }
             }
             contentItem: Text {
                 id: label
@@ -118,7 +135,7 @@ Item {
                 font.pixelSize: Theme.body
                 font.bold: true
                 font.letterSpacing: 1
-                color: canConvert ? "white" : Theme.dim
+                color: canConvert ? Theme.onFlare : Theme.dimText
             }
         }
     }

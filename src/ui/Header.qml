@@ -45,7 +45,7 @@ Item {
         Row {
             Layout.preferredHeight: 38
             Repeater {
-                model: [["SD2", Theme.ink], ["·", Theme.amber], ["QUORVEL", Theme.ink]]
+                model: [["SD2", Theme.ink], ["·", Theme.amberText], ["QUORVEL", Theme.ink]]
                 Text {
                     text: modelData[0]
                     color: modelData[1]

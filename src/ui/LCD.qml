@@ -1,5 +1,7 @@
 import QtQuick
+import QtQuick.Controls.Basic
 
+// The status display; a text cut in the middle shows whole in its tooltip.
 Item {
     property alias text: label.text
     implicitWidth: label.implicitWidth + 26
@@ -17,8 +19,13 @@ Item {
         verticalAlignment: Text.AlignVCenter
         font.family: Theme.mono
         font.pixelSize: Theme.caption
-        color: Theme.lcdInk
+        color: Theme.lcdText
         elide: Text.ElideMiddle
         maximumLineCount: 1
     }
+    HoverHandler {
+        id: hover
+    }
+    ToolTip.visible: label.truncated && hover.hovered
+    ToolTip.text: label.text
 }

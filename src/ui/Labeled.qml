@@ -10,6 +10,6 @@ Column {
         font.family: Theme.mono
         font.pixelSize: Theme.caption2
         font.letterSpacing: 0.8
-        color: Theme.dim
+        color: Theme.dimText
     }
 }

@@ -1,6 +1,6 @@
 import QtQuick
 
-// A 48 × 26 switch; the knob slides to the trailing end when on.
+// A 48 × 26 switch; the knob slides to the trailing end when on. Space flips it.
 Item {
     id: toggle
     property bool checked
@@ -8,6 +8,8 @@ Item {
 
     implicitWidth: 48
     implicitHeight: 26
+    activeFocusOnTab: true
+    Keys.onSpacePressed: toggled()
 
     InsetField {
         anchors.fill: parent
@@ -30,6 +32,9 @@ Item {
                 easing.type: Easing.InOutQuad
             }
         }
+    }
+    FocusRing {
+        radius: 16
     }
     TapHandler {
         onTapped: toggle.toggled()

@@ -76,7 +76,7 @@ Item {
                     wrapMode: Text.WordWrap
                     maximumLineCount: 2
                     elide: Text.ElideRight
-                    color: Theme.amberDim
+                    color: Theme.amberText
                 }
             }
             Item { // the progress bar keeps its place once the run is done

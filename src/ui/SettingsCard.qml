@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Layouts
 import Quorvel
 
-// Output settings, and the source assumptions under "Advanced". Every control writes the model.
+// Output settings, and the source assumptions under "Advanced". Every control writes the
+// model. Switches are SettingToggle rows; the advanced section takes more of them as they come.
 Item {
     implicitHeight: column.implicitHeight + 30
 
@@ -21,7 +22,8 @@ Item {
         Stencil {
             text: "OUTPUT SETTINGS"
         }
-        RowLayout {
+        Flow {
+            Layout.fillWidth: true
             spacing: 18
             Labeled {
                 title: "Sample rate"
@@ -41,46 +43,31 @@ Item {
                     onPicked: value => Model.targetDepth = value
                 }
             }
-            Item {
-                Layout.fillWidth: true
+            Labeled {
+                title: "Channels"
+                NeoSelect {
+                    objectName: "channelsSelect"
+                    faceWidth: 200
+                    options: Model.targetChannelsOptions
+                    value: Model.targetChannels
+                    onPicked: value => Model.targetChannels = value
+                }
             }
         }
-        Labeled {
-            title: "Channels"
-            NeoSelect {
-                faceWidth: 200
-                options: Model.targetChannelsOptions
-                value: Model.targetChannels
-                onPicked: value => Model.targetChannels = value
-            }
-        }
-        RowLayout {
+        SettingToggle {
+            objectName: "normalizeLoudness"
             Layout.topMargin: 2
-            spacing: 12
-            Column {
-                Text {
-                    text: "Normalize loudness"
-                    font.pixelSize: Theme.callout
-                    font.weight: Font.DemiBold
-                    color: Theme.ink
-                }
-                Text {
-                    text: "→ −14 LUFS, true-peak ≤ −1 dBTP"
-                    font.family: Theme.mono
-                    font.pixelSize: Theme.caption
-                    color: Theme.dim
-                }
-            }
-            Item {
-                Layout.fillWidth: true
-            }
-            NeoToggle {
-                checked: Model.normalizeLoudness
-                onToggled: Model.normalizeLoudness = !Model.normalizeLoudness
-            }
+            title: "Normalize loudness"
+            detail: "→ −14 LUFS, true-peak ≤ −1 dBTP"
+            checked: Model.normalizeLoudness
+            onToggled: Model.normalizeLoudness = !Model.normalizeLoudness
         }
         Row {
+            id: disclosure
+            objectName: "advancedDisclosure"
             spacing: 6
+            activeFocusOnTab: true
+            Keys.onSpacePressed: Model.showAdvanced = !Model.showAdvanced
             Symbol {
                 name: "chevron_right"
                 color: Theme.dim
@@ -95,11 +82,15 @@ Item {
                 anchors.verticalCenter: parent.verticalCenter
                 text: "ADVANCED INPUT SETTINGS"
             }
+            FocusRing {
+                radius: 4
+            }
             TapHandler {
                 onTapped: Model.showAdvanced = !Model.showAdvanced
             }
         }
         ColumnLayout {
+            objectName: "advancedSection"
             visible: Model.showAdvanced
             Layout.topMargin: 6
             Layout.fillWidth: true
@@ -110,6 +101,7 @@ Item {
                 Labeled {
                     title: "Source format"
                     NeoSelect {
+                        objectName: "sourceFormatSelect"
                         faceWidth: 300
                         options: Model.sourceFormatOptions
                         value: Model.sourceFormatChoice
@@ -135,7 +127,7 @@ Item {
                 text: "The app sniffs each file's byte format and picks the reading that comes out as music instead of a fax machine. Only reach in here if it guesses wrong. Source rate stays 44.1 kHz — the standard SD2 rate."
                 wrapMode: Text.WordWrap
                 font.pixelSize: Theme.caption
-                color: Theme.dim
+                color: Theme.dimText
             }
         }
     }

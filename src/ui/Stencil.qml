@@ -6,5 +6,5 @@ Text {
     font.pixelSize: Theme.caption2
     font.bold: true
     font.letterSpacing: 1.6
-    color: Theme.amberDeep
+    color: Theme.amberText
 }

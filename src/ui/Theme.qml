@@ -24,6 +24,17 @@ QtObject {
     readonly property color knobOff: Qt.rgba(0.729, 0.702, 0.635, 1)
     readonly property var flare: [amber, amber2]
 
+    // Text tones: text in the hues above, darkened until it reads at 4.5:1 or more (WCAG AA)
+    // on the panel; the lamps, meter, fills and gradients keep the colours above. Ratios on
+    // `panel`, the colour behind nearly every text.
+    readonly property color dimText: Qt.rgba(0.40, 0.384, 0.35, 1)    // 4.74:1 (dim: 2.86)
+    readonly property color amberText: Qt.rgba(0.54, 0.34, 0.06, 1)   // 4.76:1 (amber: 1.71)
+    readonly property color signalText: Qt.rgba(0.17, 0.43, 0.2, 1)   // 4.86:1 (signal: 1.79)
+    readonly property color hotText: Qt.rgba(0.72, 0.17, 0.12, 1)     // 4.82:1 (hot: 2.91)
+    readonly property color lcdText: Qt.rgba(0.29, 0.40, 0.26, 1)     // 5.01:1 (lcdInk: 4.29)
+    // On the flare gradient: 7.4:1 on amber, 5.1:1 on amber2 (white: 2.2 and 3.2).
+    readonly property color onFlare: Qt.rgba(0.16, 0.12, 0.08, 1)
+
     readonly property string mono: "monospace"
     readonly property string symbols: "Material Icons"
 

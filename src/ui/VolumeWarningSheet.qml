@@ -70,7 +70,7 @@ Popup {
             horizontalAlignment: Text.AlignHCenter
             font.pixelSize: Theme.callout
             font.italic: true
-            color: Theme.dim
+            color: Theme.dimText
         }
         Text {
             width: parent.width
@@ -80,7 +80,7 @@ Popup {
             wrapMode: Text.WordWrap
             horizontalAlignment: Text.AlignHCenter
             font.pixelSize: Theme.caption
-            color: Theme.dim
+            color: Theme.dimText
         }
         CheckBox {
             id: box
@@ -97,6 +97,10 @@ Popup {
                 radius: 3
                 color: box.checked ? Theme.amber : "white"
                 border.color: box.checked ? Theme.amber : Theme.dim
+                FocusRing {
+                    shown: box.visualFocus
+                    radius: 5
+                }
                 Symbol {
                     anchors.centerIn: parent
                     visible: box.checked
@@ -106,32 +110,11 @@ Popup {
                 }
             }
         }
-        AbstractButton {
-            id: gotIt
+        FlareButton {
             objectName: "gotItButton"
             anchors.horizontalCenter: parent.horizontalCenter
-            implicitWidth: Math.max(120, label.implicitWidth + 32)
-            implicitHeight: label.implicitHeight + 14
+            text: "Got it"
             onClicked: sheet.dismissed()
-            background: Rectangle {
-                radius: 8
-                gradient: Gradient {
-                    orientation: Gradient.Horizontal
-                    GradientStop { position: 0; color: Theme.flare[0] }
-                    GradientStop { position: 1; color: Theme.flare[1] }
-                }
-                opacity: gotIt.pressed ? 0.85 : 1
-            }
-            contentItem: Text {
-                id: label
-                text: "Got it"
-                horizontalAlignment: Text.AlignHCenter
-                verticalAlignment: Text.AlignVCenter
-                font.family: Theme.mono
-                font.pixelSize: Theme.body
-                font.weight: Font.DemiBold
-                color: "white"
-            }
         }
     }
 }

@@ -12,6 +12,7 @@
 #include <QThreadPool>
 
 #include <clocale>
+#include <numeric>
 #include <mutex>
 #include <new>
 #include <random>
@@ -98,7 +99,7 @@ class ConverterModelTest : public QObject {
     Pacer pacer;
     std::unique_ptr<ConverterModel> model;
     QStringList revealed;
-    bool playerAvailable = true;
+    bool playerAvailable = true, fileManager = true;
 
     ModelServices services()
     {
@@ -107,12 +108,23 @@ class ConverterModelTest : public QObject {
         s.makePlayer = [this](const QString&, std::function<void()>) -> std::unique_ptr<PreviewPlayer> {
             return playerAvailable ? std::make_unique<FakePlayer>() : nullptr;
         };
-        s.reveal = [this](const QUrl& folder) { revealed << folder.toLocalFile(); };
+        s.reveal = [this](const QUrl& folder) {
+            revealed << folder.toLocalFile();
+            return fileManager;
+        };
         return s;
+    }
+
+    // Queues as a drop does, and waits for the folders to be searched through.
+    void add(const QList<QUrl>& urls)
+    {
+        model->addURLs(urls);
+        QTRY_VERIFY(!model->takingIn());
     }
 
     void waitForDetection()
     {
+        QTRY_VERIFY(!model->takingIn());
         QTRY_VERIFY(std::all_of(model->queue().begin(), model->queue().end(),
                                 [](const FileItemPtr& i) { return i->confidence() != QStringLiteral("…"); }));
     }
@@ -129,7 +141,7 @@ class ConverterModelTest : public QObject {
         QList<QUrl> urls;
         for (int i = 1; i <= n; ++i)
             urls << url(dir.write(folder + "/take " + std::to_string(i) + ".sd2", music(SourceFormat::s16be)));
-        model->addURLs(urls);
+        add(urls);
         waitForDetection();
     }
 
@@ -140,9 +152,10 @@ private slots:
         std::filesystem::create_directories(dir.path());
         pacer.pauses.clear();
         revealed.clear();
-        playerAvailable = true;
+        playerAvailable = fileManager = true;
         model = std::make_unique<ConverterModel>(services());
-        new QAbstractItemModelTester(model->items(), QAbstractItemModelTester::FailureReportingMode::QtTest, model.get());
+        for (QAbstractItemModel* rows : std::initializer_list<QAbstractItemModel*>{model->items(), model->rows()})
+            new QAbstractItemModelTester(rows, QAbstractItemModelTester::FailureReportingMode::QtTest, model.get());
     }
     void cleanup() { model.reset(); }
 
@@ -168,7 +181,7 @@ private slots:
         const auto t1 = dir.write("Take 1.sd2", music(SourceFormat::s16be));
         dir.write("b/other.sd2", music(SourceFormat::s16be));
         QSignalSpy pending(model.get(), &ConverterModel::pendingCountChanged);
-        model->addURLs({url(t10), url(t2), url(t1), url(dir / "notes.wav")});
+        add({url(t10), url(t2), url(t1), url(dir / "notes.wav")});
         QStringList names;
         for (const FileItemPtr& item : model->queue())
             names << item->fileName();
@@ -176,12 +189,12 @@ private slots:
         QCOMPARE(pending.count(), 1);
         QCOMPARE(model->pendingCount(), 3);
 
-        model->addURLs({url(t1)});
+        add({url(t1)});
         QCOMPARE(model->queue().size(), 3u);
         // Given twice in one call, or again under another spelling: queued once.
         std::filesystem::create_symlink(dir / "b" / "other.sd2", dir / "link.sd2");
         model->addURLs({url(dir / "b" / "other.sd2"), url(dir / "b")});
-        model->addURLs({url(dir / "link.sd2")});
+        add({url(dir / "link.sd2")});
         QCOMPARE(model->queue().size(), 4u);
         QCOMPARE(model->defaultOutDir()->toLocalFile(), QString::fromStdString((dir / "_sd2_outputs").string()));
         waitForDetection();
@@ -189,10 +202,10 @@ private slots:
 
     void intakeSaysWhatItCouldNotOpen()
     {
-        model->addURLs({url(dir / "gone"), url(dir.write("a.sd2", music(SourceFormat::s16be)))});
+        add({url(dir / "gone"), url(dir.write("a.sd2", music(SourceFormat::s16be)))});
         QCOMPARE(model->queue().size(), 1u);
         QCOMPARE(model->statusLine(), QStringLiteral("Couldn't open gone: No such file or directory"));
-        model->addURLs({url(dir / "gone"), url(dir / "gone too")});
+        add({url(dir / "gone"), url(dir / "gone too")});
         QCOMPARE(model->statusLine(), QStringLiteral("Couldn't open 2 folders — their files are left out"));
         waitForDetection();
     }
@@ -263,7 +276,7 @@ private slots:
 
     void detectionResults()
     {
-        model->addURLs({url(dir.write("a.sd2", music(SourceFormat::s24le))), url(dir / "gone.sd2")});
+        add({url(dir.write("a.sd2", music(SourceFormat::s24le))), url(dir / "gone.sd2")});
         waitForDetection();
         const FileItemPtr gone = model->queue()[1], a = model->queue()[0];
         QCOMPARE(gone->status(), QStringLiteral("Unreadable file"));
@@ -271,6 +284,22 @@ private slots:
         QCOMPARE(gone->state(), FileItem::ready);
         QCOMPARE(a->status(), QStringLiteral("24-bit LE (auto) · Stereo · confident"));
         QCOMPARE(a->detectedFormat(), SourceFormat::s24le);
+
+        // The row's picture follows the reading: read right, the left and right sines at their
+        // own RMS levels (255 is full scale), one lane when overridden to mono; read wrong, noise.
+        const auto meanRms = [](const WindowSketch::Lane& lane) {
+            return std::accumulate(lane.rms.begin(), lane.rms.end(), 0.0) / lane.rms.size();
+        };
+        const auto right = a->readingLanes(SourceFormatChoice::automatic());
+        QCOMPARE(right.size(), 2u);
+        for (std::size_t lane = 0; lane < 2; ++lane)
+            for (std::uint8_t rms : right[lane].rms)
+                QVERIFY2(std::abs(rms - 255 * (lane ? 1500000 : 2000000) / 8388608.0 / std::sqrt(2.0)) <= 1.5, qPrintable(QString::number(rms)));
+        QVERIFY(meanRms(a->readingLanes(SourceFormatChoice::fixed(SourceFormat::s24be))[0]) > 2.5 * meanRms(right[0]));
+        a->setOverrideChoice(ChannelOverride::mono);
+        QCOMPARE(a->readingLanes(SourceFormatChoice::automatic()).size(), 1u);
+        a->setOverrideChoice(ChannelOverride::automatic);
+        QVERIFY(gone->readingLanes(SourceFormatChoice::automatic()).empty());
 
         // A fixed choice drives the label and channel analysis; the detected format stays the best one.
         model->setSourceFormatChoice(SourceFormatChoice::fixed(SourceFormat::s16be));
@@ -298,11 +327,11 @@ private slots:
         const auto samples = test::sine(48000, 40, 2000000);
         dir.write("zip/mac/Mix 3", test::encode(samples, SourceFormat::s24be));
         dir.write("zip/__MACOSX/mac/._Mix 3", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
-        model->addURLs({url(dir / "zip/mac")});
+        add({url(dir / "zip/mac")});
         waitForDetection();
         QCOMPARE(model->queue()[0]->status(), QStringLiteral("24-bit BE (auto) · Mono · confident"));
         model->clear();
-        model->addURLs({url(dir / "zip")});
+        add({url(dir / "zip")});
         QCOMPARE(model->queue().size(), 1u);
         waitForDetection();
         const FileItemPtr item = model->queue()[0];
@@ -332,7 +361,7 @@ private slots:
             dir.write(std::string("sess/") + name, music(SourceFormat::s24be));
         dir.write("sess/._take 3.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "2"})));
         dir.write("sess/room.sd2", std::vector<std::uint8_t>(60000, 0));
-        model->addURLs({url(dir / "sess")});
+        add({url(dir / "sess")});
         waitForDetection();
         const FileItemPtr room = model->queue()[0], take = model->queue()[1];
         QCOMPARE(room->status(), QStringLiteral("24-bit BE (auto) · Stereo · session · 48 kHz (session)"));
@@ -402,7 +431,7 @@ private slots:
     {
         queueFiles(3);
         const auto hiss = dir.write("set/take 4.sd2", noise());
-        model->addURLs({url(hiss), url(dir / "set" / "take 5.sd2")});
+        add({url(hiss), url(dir / "set" / "take 5.sd2")});
         waitForDetection();
         model->queue()[0]->setState(FileItem::done);
         // A file where the output folder should be: every write fails, with a long error text.
@@ -500,7 +529,7 @@ private slots:
     {
         const auto stereo = dir.write("drums.sd2", music(SourceFormat::s16be, 5));
         const auto tiny = dir.write("tiny.sd2", {1});
-        model->addURLs({url(stereo), url(tiny), url(dir / "gone.sd2")});
+        add({url(stereo), url(tiny), url(dir / "gone.sd2")});
         waitForDetection();
         const auto& q = model->queue();
         const FileItemPtr drums = q[0];
@@ -531,12 +560,15 @@ private slots:
         QTRY_COMPARE(model->statusLine(), QStringLiteral("Could not play preview."));
         model->stopPreview();
 
-        model->addURLs({url(stereo)});
+        add({url(stereo)});
         model->revealOutput();
         model->setOutputFolder(url(dir / "chosen"));
         model->revealOutput();
         QCOMPARE(revealed, (QStringList{QString::fromStdString((dir / "_sd2_outputs").string()),
                                         QString::fromStdString((dir / "chosen").string())}));
+        fileManager = false; // no file manager: the status line says where the files are
+        model->revealOutput();
+        QCOMPARE(model->statusLine(), "Couldn't open a file manager — the files are in " + QString::fromStdString((dir / "chosen").string()));
         waitForDetection();
         QFile::remove(wav);
     }
@@ -548,7 +580,7 @@ private slots:
         dir.write("s/Gtr.L.sd2", half(20));
         dir.write("s/Gtr.R.sd2", half(29));
         dir.write("s/Solo.R.sd2", half(23));
-        model->addURLs({url(dir / "s")});
+        add({url(dir / "s")});
         waitForDetection();
         const auto& q = model->queue();
         QCOMPARE(q.size(), 2u);
@@ -560,7 +592,7 @@ private slots:
         QCOMPARE(q[0]->sourceChannels(), 2);
         QCOMPARE(q[1]->fileName(), QStringLiteral("Solo.R.sd2"));
 
-        model->addURLs({url(dir / "s" / "Gtr.R.sd2")}); // a queued half is not queued again
+        add({url(dir / "s" / "Gtr.R.sd2")}); // a queued half is not queued again
         QCOMPARE(q.size(), 2u);
 
         model->setTargetChannels(TargetChannels::preserve);
@@ -584,6 +616,7 @@ private slots:
             QSKIP("this machine has an audio output");
         ConverterModel real(ModelServices::system());
         real.addURLs({url(dir.write("x.sd2", music(SourceFormat::s16be)))});
+        QTRY_VERIFY(!real.takingIn());
         real.preview(real.queue()[0].get());
         QTRY_COMPARE(real.statusLine(), QStringLiteral("Could not play preview."));
     }

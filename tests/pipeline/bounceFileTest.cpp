@@ -1,4 +1,5 @@
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/stopBetweenBlocks.hpp"
 #include "support/files.hpp"
 #include "support/printers.hpp"
 #include "support/signals.hpp"
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
+#include <atomic>
 #include <functional>
 #include <random>
 #include <system_error>
@@ -191,6 +193,20 @@ TEST_F(BounceFile, RunningOutOfMemoryOrThreadsFailsOnlyThisFile)
         EXPECT_TRUE(result.analysed) << "the batch still pauses after its analysis line";
         EXPECT_EQ(result.status, status);
     }
+    EXPECT_TRUE(fs::is_empty(settings.outputFolder));
+}
+
+// A run stopped from another thread drops the file being written: the conversion stops
+// before its next block and its partial file goes.
+TEST_F(BounceFile, StoppedBetweenBlocksLeavesNoFile)
+{
+    struct Stopping : BounceObserver {
+        std::atomic<bool> stop{false};
+        void printing(const std::string&) override { stop = true; } // just before the conversion
+    } observer;
+    const StopBetweenBlocks scope(observer.stop);
+    const auto path = dir.write("a.sd2", test::encode(test::sine(400000, 20, 10000), SourceFormat::s16be));
+    EXPECT_FALSE(bounceFile(itemFor(path, SourceFormat::s16be, 1), settings, observer).ok);
     EXPECT_TRUE(fs::is_empty(settings.outputFolder));
 }
 

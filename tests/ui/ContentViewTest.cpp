@@ -8,6 +8,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -15,6 +16,7 @@
 #include <QtQuickTest/quicktest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <condition_variable>
 #include <mutex>
 
@@ -73,6 +75,11 @@ QQuickItem* withText(QQuickItem* root, const QString& text)
     return matching(root, [&](QQuickItem* i) { return i->property("text").toString() == text; }).value(0);
 }
 
+QList<QQuickItem*> shown(QQuickItem* root, const QString& name)
+{
+    return matching(root, [&](QQuickItem* i) { return i->objectName() == name && i->isVisible(); });
+}
+
 QStringList visibleTexts(QQuickItem* root)
 {
     QStringList texts;
@@ -90,6 +97,29 @@ QQuickItem* itemAt(QObject* container, int i)
 }
 
 QObject* prop(QObject* object, const char* name) { return object->property(name).value<QObject*>(); }
+
+// The text of the tooltip showing, if any.
+QString toolTip(QQuickWindow* window)
+{
+    for (QQuickItem* popup : matching(window->contentItem(), [](QQuickItem* i) { return i->inherits("QQuickPopupItem") && i->isVisible(); }))
+        if (popup->parentItem()->inherits("QQuickOverlay") && popup->width() > 0)
+            return visibleTexts(popup).join(' ');
+    return {};
+}
+
+// WCAG 2 contrast of `text`, seen through `opacity`, on the opaque `behind`.
+double contrast(QColor text, double opacity, QColor behind)
+{
+    const auto luminance = [](QColor c) {
+        const auto linear = [](double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+        return 0.2126 * linear(c.redF()) + 0.7152 * linear(c.greenF()) + 0.0722 * linear(c.blueF());
+    };
+    const double a = text.alphaF() * opacity;
+    text.setRgbF(text.redF() * a + behind.redF() * (1 - a), text.greenF() * a + behind.greenF() * (1 - a),
+                 text.blueF() * a + behind.blueF() * (1 - a));
+    const double l1 = luminance(text), l2 = luminance(behind);
+    return (std::max(l1, l2) + 0.05) / (std::min(l1, l2) + 0.05);
+}
 
 void click(QQuickItem* item)
 {
@@ -114,14 +144,26 @@ class ContentViewTest : public QObject {
     QQuickItem* root() { return named(window->contentItem(), "contentView"); }
     QQuickItem* find(const char* name) { return named(root(), name); }
     QString bounceText() { return find("bounceButton")->property("text").toString(); }
+    // The rows on screen; a row the list has taken away but keeps for reuse has no item.
+    QList<QQuickItem*> rows()
+    {
+        QList<QQuickItem*> found = shown(root(), "fileRow");
+        found.removeIf([](QQuickItem* row) { return !prop(row, "item"); });
+        return found;
+    }
+    QString heading(const char* section)
+    {
+        const auto found = shown(root(), section);
+        return found.isEmpty() ? QString() : visibleTexts(found[0]).value(0);
+    }
 
     // The app's window as it starts; ContentView completes inside it, so the sheet can open.
-    void show()
+    void show(QSize size = {760, 1500}) // every row on screen to click
     {
         QQmlComponent main(engine.get(), QUrl("qrc:/qt/qml/Quorvel/Main.qml"));
         window.reset(qobject_cast<QQuickWindow*>(main.create()));
         QVERIFY2(window, qPrintable(main.errorString()));
-        window->resize(760, 1500); // every row on screen to click
+        window->resize(size);
         window->requestActivate(); // shortcuts go to the active window
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
     }
@@ -135,10 +177,13 @@ class ContentViewTest : public QObject {
             urls << QUrl::fromLocalFile(QString::fromStdString((music ? dir.write(name.toStdString(), tone) : dir / name.toStdString()).string()));
         model->addURLs(urls);
         std::vector<FileItem*> items;
+        if (!QTest::qWaitFor([&] { return !model->takingIn(); }))
+            QTest::qFail("intake did not finish", __FILE__, __LINE__);
         for (const FileItemPtr& item : model->queue())
             items.push_back(item.get());
         if (!QTest::qWaitFor([&] { return std::none_of(items.begin(), items.end(), [](auto* i) { return i->confidence() == "…"; }); }))
             QTest::qFail("detection did not finish", __FILE__, __LINE__);
+        QQuickTest::qWaitForPolish(window.get());
         return items;
     }
 
@@ -151,6 +196,24 @@ class ContentViewTest : public QObject {
         return lit;
     }
 
+    // A row's menu, made as it first opens: clicked open, once it shows; null if it does not.
+    QObject* openMenu(QQuickItem* face)
+    {
+        click(face);
+        QObject* menu = nullptr;
+        const bool opened = QTest::qWaitFor([&] { return (menu = prop(face, "menu")) && menu->property("opened").toBool(); });
+        return opened ? menu : nullptr;
+    }
+
+    // Runs the queue to its closing pause, where the overlay shows the summary.
+    void runToSummary()
+    {
+        gate.hold(1.9);
+        model->convertAll();
+        QTRY_COMPARE(gate.waitingAt(), 1.9);
+        QTRY_VERIFY(!model->statusLine().isEmpty()); // the last change posted before that pause
+    }
+
 private slots:
     void initTestCase()
     {
@@ -159,7 +222,7 @@ private slots:
         ModelServices services;
         services.pause = std::ref(gate);
         services.makePlayer = [](const QString&, std::function<void()>) { return std::unique_ptr<PreviewPlayer>(); };
-        services.reveal = [](const QUrl&) {};
+        services.reveal = [](const QUrl&) { return true; };
         model = std::make_unique<ConverterModel>(services);
         settings = std::make_unique<AppSettings>();
         qmlRegisterSingletonInstance("Quorvel", 1, 0, "Model", model.get());
@@ -175,9 +238,12 @@ private slots:
         model->clear();
         model->setShowAdvanced(false);
         model->setTargetRate(TargetRate::r48000);
+        model->setSourceFormatChoice(SourceFormatChoice::automatic());
+        std::filesystem::remove_all(dir / "_sd2_outputs");
     }
     void cleanupTestCase() { engine.reset(); }
 
+    // One list, two sections: each row under its section's heading, with its state's controls.
     void rowsBySectionAndState()
     {
         show();
@@ -192,77 +258,84 @@ private slots:
             q[i]->setState(std::get<0>(cases[i]));
             q[i]->setConfidence(std::get<1>(cases[i]));
         }
-        QCOMPARE(visibleTexts(find("benchSection")).value(0), QStringLiteral("QUEUE · 4"));
-        QCOMPARE(visibleTexts(find("completedSection")).value(0), QStringLiteral("COMPLETED · 1"));
+        QTRY_COMPARE(heading("benchHeader"), QStringLiteral("QUEUE · 4"));
+        QTRY_COMPARE(heading("completedHeader"), QStringLiteral("COMPLETED · 1"));
 
-        // Every item has a row in both sections; its state shows one of them.
-        const auto rows = matching(root(), [](QQuickItem* i) { return i->property("item").isValid() && i->isVisible(); });
-        QCOMPARE(rows.size(), 5);
-        for (QQuickItem* row : rows) {
+        const qreal completedAt = shown(root(), "completedHeader").value(0)->mapToScene({0, 0}).y();
+        QTRY_COMPARE(rows().size(), 5);
+        for (QQuickItem* row : rows()) {
             const auto at = std::find(q.begin(), q.end(), prop(row, "item")) - q.begin();
-            const bool done = std::get<0>(cases[at]) == FileItem::done;
-            QCOMPARE(row->parentItem(), find(done ? "completedSection" : "benchSection"));
-            QStringList shown;
-            for (QQuickItem* control : matching(row, [](QQuickItem* i) { return i->isVisible(); })) {
-                const QString symbol = control->property("symbol").toString();
-                shown << (symbol == "play_arrow" ? "play" : symbol == "close" ? "remove" : control->objectName());
-            }
-            shown.removeAll("overrideText"); // inside the menu's face
-            shown.removeAll("");
-            QCOMPARE(shown, std::get<2>(cases[at]));
+            QCOMPARE(row->mapToScene({0, 0}).y() > completedAt, std::get<0>(cases[at]) == FileItem::done);
+            const QStringList controls{"listenHint", "overrideMenu", "play", "requeueButton", "remove"};
+            QStringList visible;
+            for (QQuickItem* control : matching(row, [&](QQuickItem* i) { return i->isVisible() && controls.contains(i->objectName()); }))
+                visible << control->objectName();
+            QCOMPARE(visible, std::get<2>(cases[at]));
         }
 
         q[2]->setState(FileItem::ready);
-        QVERIFY(!find("completedSection")->isVisible());
+        QTRY_VERIFY(shown(root(), "completedHeader").isEmpty());
         for (FileItem* item : q)
             item->setState(FileItem::done);
-        QVERIFY(!find("benchSection")->isVisible());
-        QCOMPARE(visibleTexts(find("completedSection")).value(0), QStringLiteral("COMPLETED · 5"));
+        QTRY_VERIFY(shown(root(), "benchHeader").isEmpty());
+        QCOMPARE(heading("completedHeader"), QStringLiteral("COMPLETED · 5"));
     }
 
+    // The menu ticks the current choice, shows every entry whole, and the row's picture
+    // follows the choice.
     void overrideMenu()
     {
         show();
-        const auto q = queue({"mono.sd2", "stereo.sd2"});
+        const auto q = queue({"mono.sd2", "stereo.sd2"}, true);
         q[0]->setDetectedChannels(1);
-        const auto menus = matching(root(), [](QQuickItem* i) { return i->objectName() == "overrideMenu" && i->isVisible(); });
+        const auto menus = shown(root(), "overrideMenu");
         QCOMPARE(menus.size(), 2);
         for (const auto& [face, menu] : {std::pair{QString("Auto (Mono)"), menus[0]}, {QString("Auto (Stereo)"), menus[1]}}) {
             QCOMPARE(named(menu, "overrideText")->property("text").toString(), face);
-            QObject* choices = menu->findChild<QObject*>("overrideChoices");
-            QStringList labels;
-            for (int i = 0; i < choices->property("count").toInt(); ++i)
-                labels << itemAt(choices, i)->property("text").toString();
+            QObject* choices = openMenu(menu);
+            QVERIFY(choices);
+            QStringList labels, ticked;
+            for (int i = 0; i < choices->property("count").toInt(); ++i) {
+                QQuickItem* entry = itemAt(choices, i);
+                labels << entry->property("text").toString();
+                if (entry->property("checked").toBool())
+                    ticked << labels.back();
+                QVERIFY(choices->property("width").toReal() >= entry->implicitWidth());
+            }
             QCOMPARE(labels, (QStringList{face, "Mono", "Stereo"}));
+            QCOMPARE(ticked, QStringList{face});
+            QTest::keyClick(window.get(), Qt::Key_Escape);
+            QTRY_VERIFY(!choices->property("visible").toBool());
         }
 
-        QObject* choices = menus[1]->findChild<QObject*>("overrideChoices");
-        click(menus[1]);
-        QTRY_VERIFY(choices->property("opened").toBool());
+        QQuickItem* wave = named(menus[1]->parentItem()->parentItem(), "waveform");
+        QCOMPARE(wave->property("lanes").toInt(), 2);
+        QObject* choices = openMenu(menus[1]);
+        QVERIFY(choices);
         click(itemAt(choices, 1));
         QCOMPARE(q[1]->overrideChoice(), ChannelOverride::mono);
         QCOMPARE(q[0]->overrideChoice(), ChannelOverride::automatic);
         QCOMPARE(named(menus[1], "overrideText")->property("text").toString(), QStringLiteral("Mono"));
+        QVERIFY(itemAt(choices, 1)->property("checked").toBool());
+        QCOMPARE(wave->property("lanes").toInt(), 1);
     }
 
+    // A pair is one row that splits into its halves, whose rows join them again.
     void splitStereoPairRow()
     {
         show();
         const auto q = queue({"Gtr.L.sd2", "Gtr.R.sd2"}, true);
         QCOMPARE(q.size(), 1u);
-        const auto rows = matching(root(), [](QQuickItem* i) { return i->property("item").isValid() && i->isVisible(); });
-        QCOMPARE(rows.size(), 1);
-        QVERIFY(visibleTexts(rows[0]).contains("Gtr"));
-        QQuickItem* menu = named(rows[0], "overrideMenu");
-        QCOMPARE(named(menu, "overrideText")->property("text").toString(), QStringLiteral("Stereo (L + R)"));
-        QObject* choices = menu->findChild<QObject*>("overrideChoices");
-        QCOMPARE(choices->property("count").toInt(), 1);
-        click(menu);
-        QTRY_VERIFY(choices->property("opened").toBool());
-        QCOMPARE(itemAt(choices, 0)->property("text").toString(), QStringLiteral("Split into L and R"));
-        click(itemAt(choices, 0));
-        QTRY_COMPARE(model->queue().size(), 2u);
-        QCOMPARE(model->queue()[1]->fileName(), QStringLiteral("Gtr.R.sd2"));
+        for (const QString& action : QStringList{"Split into L and R", "Join L and R"}) {
+            QObject* choices = openMenu(named(rows().value(0), "overrideMenu"));
+            QVERIFY(choices);
+            QQuickItem* last = itemAt(choices, choices->property("count").toInt() - 1);
+            QCOMPARE(last->property("text").toString(), action);
+            click(last);
+            QTRY_COMPARE(rows().size(), action.startsWith("Split") ? 2 : 1);
+        }
+        QCOMPARE(named(rows()[0], "overrideText")->property("text").toString(), QStringLiteral("Stereo (L + R)"));
+        QCOMPARE(model->queue()[0]->halves(), QStringLiteral("Gtr.L.sd2 + Gtr.R.sd2"));
     }
 
     // The footer, meter and overlay through real runs, held at the first and the closing pause.
@@ -301,11 +374,174 @@ private slots:
 
         // A file that has gone fails the run: a warning instead of the seal.
         queue({"gone.sd2"});
-        gate.hold(1.9);
-        model->convertAll();
-        QTRY_COMPARE(gate.waitingAt(), 1.9);
-        QTRY_VERIFY(!model->statusLine().isEmpty());
+        runToSummary();
         QCOMPARE(overlay->property("mark").toString(), QStringLiteral("warning"));
+    }
+
+    // At the size the window takes on a 1920 × 1080 screen, the folded deck leaves room for
+    // at least five rows.
+    void queueInView()
+    {
+        show();
+        QVariant size;
+        QVERIFY(QMetaObject::invokeMethod(window.get(), "defaultSize", Q_RETURN_ARG(QVariant, size), Q_ARG(QVariant, QSizeF(1920, 1080))));
+        window->resize(size.toSizeF().toSize());
+        QQuickItem* zone = find("dropZone");
+        QVERIFY(zone);
+        QCOMPARE(zone->height(), 176.0);
+        queue({"1.sd2", "2.sd2", "3.sd2", "4.sd2", "5.sd2", "6.sd2", "7.sd2", "8.sd2", "9.sd2"});
+        QCOMPARE(zone->height(), 52.0); // folded, still taking drops and offering Browse…
+        QVERIFY(named(zone, "browseButton")->isVisible());
+        const QRectF list = find("fileList")->mapRectToScene(find("fileList")->boundingRect());
+        const auto onScreen = rows();
+        const auto whole = std::count_if(onScreen.begin(), onScreen.end(), [&](QQuickItem* row) {
+            return list.contains(row->mapRectToScene(row->boundingRect()));
+        });
+        QVERIFY2(whole >= 5, qPrintable(QString::number(whole)));
+    }
+
+    // After a run with failures the list brings the first failed row into view and marks it.
+    void firstFailureComesIntoView()
+    {
+        show({760, 700});
+        QStringList names;
+        for (int i = 1; i <= 12; ++i)
+            names << QStringLiteral("take %1.sd2").arg(i);
+        queue(names, true);
+        queue({"zz gone.sd2"});
+        runToSummary();
+        QQuickItem* list = find("fileList");
+        QMetaObject::invokeMethod(list, "positionViewAtEnd");
+        gate.release();
+        QTRY_VERIFY(!model->isConverting());
+        const auto failedRow = [&] {
+            const auto found = matching(list, [&](QQuickItem* i) { return i->isVisible() && prop(i, "item") == model->queue().back().get(); });
+            return found.value(0);
+        };
+        QQuickItem* failed = nullptr;
+        QTRY_VERIFY((failed = failedRow()));
+        QVERIFY(list->mapRectToScene(list->boundingRect()).contains(failed->mapRectToScene(failed->boundingRect())));
+        QVERIFY(failed->property("flashing").toBool());
+        QCOMPARE(heading("benchHeader"), QStringLiteral("QUEUE · 1")); // headings the list reused as rows moved
+        QCOMPARE(heading("completedHeader"), QStringLiteral("COMPLETED · 12"));
+        QTRY_VERIFY_WITH_TIMEOUT(!failed->property("flashing").toBool(), 3000);
+    }
+
+    // Every text on the panel, the sheets, the overlay and the flare buttons reads at 4.5:1 or more.
+    void everyTextIsLegible()
+    {
+        settings->setHideVolumeWarning(false);
+        show({760, 1200});
+        queue({"a.sd2", "gone.sd2"}, true);
+        model->setShowAdvanced(true);
+        runToSummary();
+        QMetaObject::invokeMethod(prop(root(), "stopSheet"), "open");
+        QQuickItem* overlay = find("progressOverlay");
+        QTRY_VERIFY(overlay->opacity() == 1.0);
+        const QColor panel = QColor::fromRgbF(0.906f, 0.89f, 0.847f), amber = QColor::fromRgbF(0.91f, 0.631f, 0.235f),
+                     amber2 = QColor::fromRgbF(0.878f, 0.451f, 0.196f), onFlare = QColor::fromRgbF(0.16f, 0.12f, 0.08f);
+        // Texts under `under` but outside `skip`, as "text: ratio" where it falls short.
+        int texts = 0;
+        const auto illegible = [&](QQuickItem* under, QQuickItem* skip) {
+            QStringList failing;
+            for (QQuickItem* text : matching(under, [](QQuickItem* i) { return i->inherits("QQuickText") && i->isVisible(); })) {
+                if (text->property("font").value<QFont>().family() == "Material Icons" || !text->isEnabled() ||
+                    (skip && skip->isAncestorOf(text)))
+                    continue;
+                double opacity = 1;
+                for (QQuickItem* i = text; i; i = i->parentItem())
+                    opacity *= i->opacity();
+                const QColor colour = text->property("color").value<QColor>();
+                for (const QColor& behind : colour == onFlare ? QList{amber, amber2} : QList{panel})
+                    if (contrast(colour, opacity, behind) < 4.5)
+                        failing << text->property("text").toString() + QString(": %1").arg(contrast(colour, opacity, behind));
+                ++texts;
+            }
+            return failing;
+        };
+        // The overlay's card and the two sheets (outside the view), then the window as the overlay leaves it.
+        QCOMPARE(illegible(overlay, nullptr) + illegible(window->contentItem(), root()), QStringList());
+        gate.release();
+        QTRY_VERIFY(!overlay->isVisible());
+        QMetaObject::invokeMethod(prop(root(), "stopSheet"), "close");
+        QMetaObject::invokeMethod(prop(root(), "warning"), "close");
+        QCOMPARE(illegible(root(), overlay), QStringList());
+        QVERIFY2(texts >= 30, qPrintable(QString::number(texts)));
+    }
+
+    // Tab goes through the controls in reading order, each showing its focus ring, and icon
+    // buttons, cut texts and a pair's name explain themselves on hover.
+    void keyboardAndTooltips()
+    {
+        show({700, 1200});
+        auto q = queue({"Gtr.L.sd2", "Gtr.R.sd2", "x.sd2"}, true);
+        q[1]->setStatus("Reads as static — try another source format in Advanced (too short to hold audio)");
+        q[1]->setState(FileItem::failed);
+        q[1]->setConfidence("verify by ear");
+        QStringList order;
+        for (int i = 0; i < 17; ++i) {
+            QTest::keyClick(window.get(), Qt::Key_Tab);
+            QQuickItem* focused = window->activeFocusItem();
+            QString name;
+            for (QQuickItem* i = focused; i && name.isEmpty(); i = i->parentItem())
+                name = i->objectName();
+            order << name;
+            const auto rings = matching(focused, [](QQuickItem* i) { return i->property("shown").toBool() && i->isVisible(); });
+            QVERIFY2(!rings.isEmpty(), qPrintable(name + " shows no focus ring"));
+        }
+        QCOMPARE(order, (QStringList{"browseButton", "rateSegments", "depthSegments", "channelsSelect", "normalizeLoudness",
+                                     "advancedDisclosure", "clearButton", "overrideMenu", "play", "remove", "overrideMenu",
+                                     "play", "requeueButton", "remove", "destinationButton", "bounceButton", "browseButton"}));
+
+        const auto rowOf = [&](int i) { return rows().value(i); };
+        const std::tuple<int, const char*, QString> tips[] = {
+            {0, "fileName", "Gtr.L.sd2 + Gtr.R.sd2"},
+            {1, "status", q[1]->status()},
+            {1, "listenHint", "Mono or stereo? Too close to call — give it a listen."},
+            {1, "play", "Audition the first four seconds"},
+            {1, "requeueButton", "Back in the queue"},
+            {1, "remove", "Remove from the list"}};
+        for (const auto& [row, name, tip] : tips) {
+            QTest::mouseMove(window.get(), named(rowOf(row), name)->mapToScene(named(rowOf(row), name)->boundingRect().center()).toPoint());
+            QTRY_COMPARE(toolTip(window.get()), tip);
+        }
+        QCOMPARE(find("dropZone")->findChild<QObject*>("folderDialog")->property("title").toString(),
+                 QStringLiteral("Choose a folder of .sd2 files"));
+    }
+
+    // Closing while files are written asks; Return keeps bouncing; Stop drops the file being
+    // written, starts no other, keeps those bounced, and quits.
+    void closingDuringABounceAsksToStop()
+    {
+        show();
+        const auto q = queue({"a.sd2", "b.sd2", "c.sd2"}, true);
+        QSignalSpy quit(engine.get(), &QQmlEngine::quit);
+        QObject* sheet = prop(root(), "stopSheet");
+        gate.hold(0.7); // each file's analysis pause
+        model->convertAll();
+        QTRY_COMPARE(gate.waitingAt(), 0.7);
+        gate.release(0.7); // a is bounced; b waits, analysed, just before it is written
+        QTRY_COMPARE(gate.waitingAt(), 0.7);
+
+        QVERIFY(!window->close());
+        QTRY_VERIFY(sheet->property("opened").toBool());
+        QTest::keyClick(window.get(), Qt::Key_Return);
+        QTRY_VERIFY(!sheet->property("visible").toBool());
+        QVERIFY(window->isVisible() && model->isConverting() && quit.isEmpty());
+
+        QVERIFY(!window->close());
+        QTRY_VERIFY(sheet->property("opened").toBool());
+        click(named(sheet->property("contentItem").value<QQuickItem*>(), "stopButton"));
+        QCOMPARE(quit.size(), 1);
+        QVERIFY(window->close()); // quitting closes the window without asking again
+        gate.release();
+        QTRY_VERIFY(!model->isConverting());
+        QStringList written;
+        for (const auto& entry : std::filesystem::directory_iterator(dir / "_sd2_outputs"))
+            written << QString::fromStdString(entry.path().filename().string());
+        QCOMPARE(written, QStringList{"a_48kHz_24bit_stereo.wav"});
+        QCOMPARE(q[0]->state(), FileItem::done);
+        QCOMPARE(q[2]->state(), FileItem::ready);
     }
 
     void meterLevels()
@@ -317,7 +553,6 @@ private slots:
             QCOMPARE(litBars(), lit);
         }
     }
-
     void volumeWarningRemembered()
     {
         QSettings().clear(); // a first launch

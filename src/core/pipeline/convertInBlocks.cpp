@@ -4,6 +4,7 @@
 #include "core/pipeline/limitedSignal.hpp"
 #include "core/pipeline/loudness.hpp"
 #include "core/pipeline/resample.hpp"
+#include "core/pipeline/stopBetweenBlocks.hpp"
 #include "core/pipeline/writeWAV.hpp"
 
 #include <algorithm>
@@ -170,6 +171,8 @@ public:
 
     bool prepare(std::int64_t k, int slot)
     {
+        if (StopBetweenBlocks::requested())
+            return false;
         const std::int64_t frameBytes = format_.bytesPerSample() * (right_ ? 1 : srcChannels_);
         const std::int64_t first = k * kBlockFrames;
         const std::int64_t count = std::min(kBlockFrames, inputFrames_ - first);
