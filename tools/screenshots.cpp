@@ -124,7 +124,12 @@ int main(int argc, char* argv[])
     const auto hover = [&](const QString& name, int which) { QTest::mouseMove(window, centreOf(named(root, name).value(which))); };
     const auto list = [&] { return named(root, "fileList").value(0); };
 
-    const QDir takes(work.path());
+    // A dropped archive: loose takes, and two sessions that each hold a Vox_07.sd2.
+    const QDir takes(work.filePath("Archive"));
+    for (const auto& [session, seed] : {std::pair{"PT Session 2/Audio Files", 7u}, {"PT Session 10/Audio Files", 8u}}) {
+        takes.mkpath(session);
+        writeTake(takes.filePath(QStringLiteral("%1/Vox_07.sd2").arg(session)), quorvel::SourceFormat::s16be, 2, 294, seed);
+    }
     writeTake(takes.filePath("Kick 01.sd2"), quorvel::SourceFormat::s16be, 2, 110, 1);
     writeTake(takes.filePath("Strings take 2.sd2"), quorvel::SourceFormat::s24le, 1, 330, 2);
     writeTake(takes.filePath("Strings take 10.sd2"), quorvel::SourceFormat::s16le, 2, 440, 3);
@@ -148,7 +153,7 @@ int main(int argc, char* argv[])
         {1500, [&] { shot("1-first-launch"); }},
         {0, [&] { press(Qt::Key_Return); }},
         {600, [&] { shot("2-at-rest"); }},
-        {0, [&] { model.addURLs({QUrl::fromLocalFile(work.path())}); }},
+        {0, [&] { model.addURLs({QUrl::fromLocalFile(takes.path())}); }},
         {2500, [&] { shot("3-queue"); }},
         {0, [&] { rows("4-readings-right"); }},
         {0, [&] { model.setShowAdvanced(true); }},

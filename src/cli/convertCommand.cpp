@@ -1,16 +1,23 @@
 #include "cli/commands.hpp"
+#include "cli/earlierRun.hpp"
+#include "cli/fileRecord.hpp"
 #include "cli/json.hpp"
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
 #include "cli/report.hpp"
 #include "cli/sessions.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/PartialFile.hpp"
+#include "core/io/SyncedLog.hpp"
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/keptTree.hpp"
 #include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/outputNaming.hpp"
 #include "core/pipeline/sessionSettings.hpp"
+#include "core/pipeline/treeFolders.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -61,44 +68,87 @@ private:
     std::set<fs::path> taken_;
 };
 
-class NamingObserver : public BounceObserver {
+// What the files of a run share: output names in queue order, the kept tree and its folders,
+// and the report being written.
+struct Run {
+    // `linkFree`: the default output folder, in whose kept tree no link is followed.
+    explicit Run(std::optional<fs::path> linkFree) : folders(std::move(linkFree)) {}
+
+    OrderedNames names;
+    std::optional<KeptTree> tree;
+    TreeFolders folders;
+    std::optional<SyncedLog> log;
+    std::atomic<bool> logFailed{false};
+
+    void keep(const std::string& line)
+    {
+        if (log && !logFailed && !log->append(line))
+            logFailed = true;
+    }
+};
+
+// One file's bounce as the run sees it: it names the output in its turn (in the kept tree when
+// asked), and keeps the file's line in the report just before the output appears, so a run
+// killed at any point has a line for every file it left under a final name.
+class FileObserver : public BounceObserver {
 public:
-    NamingObserver(OrderedNames& names, std::size_t index) : names_(names), index_(index) {}
-    ~NamingObserver() override
+    FileObserver(Run& run, std::size_t index, FileRecord record)
+        : run_(run), index_(index), record_(std::move(record))
+    {
+    }
+    ~FileObserver() override
     {
         if (!named_)
-            names_.pass(index_);
+            run_.names.pass(index_);
     }
 
     fs::path chooseOutput(const fs::path& dir, const std::string& base, std::int64_t rate, std::int64_t depth,
                           std::int64_t channels) override
     {
+        const fs::path folder = run_.tree ? run_.tree->folderFor(record_.source) : dir;
+        if (run_.tree)
+            hold_.emplace(run_.folders.hold(folder)); // throws when it cannot: the file fails with the reason
         named_ = true;
-        return names_.claim(index_, dir, outputStem(base, rate, depth, channels));
+        return run_.names.claim(index_, folder, outputStem(base, rate, depth, channels));
+    }
+
+    bool recordsOutputs() const override { return run_.log.has_value(); }
+    void beforePublishing(const BounceResult& result, std::int64_t bytes) override
+    {
+        record_.result = result;
+        record_.outputBytes = bytes;
+        kept_ = jsonLine(record_);
+        run_.keep(kept_);
+    }
+
+    // The file's line once its bounce is over; kept too, unless the line kept already says it.
+    std::string finished(const BounceResult& result)
+    {
+        std::error_code error;
+        if (result.ok && (result.output != record_.result.output || !record_.outputBytes))
+            record_.outputBytes = static_cast<std::int64_t>(fs::file_size(result.output, error));
+        if (!result.ok || error)
+            record_.outputBytes.reset();
+        record_.result = result;
+        std::string line = jsonLine(record_);
+        if (line != kept_)
+            run_.keep(line);
+        return line;
     }
 
 private:
-    OrderedNames& names_;
+    Run& run_;
     std::size_t index_;
+    FileRecord record_;
     bool named_ = false;
+    std::optional<TreeFolders::Hold> hold_;
+    std::string kept_;
 };
 
-std::string jsonLine(const QueuedSource& source, const BounceResult& r)
-{
-    std::string line = "{\"path\":" + jsonString(source.path.string());
-    if (source.isPair())
-        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
-                jsonString(source.right->string()) + "}";
-    line += ",\"output\":" + (r.ok ? jsonString(r.output.string()) : std::string("null"));
-    line += std::string(",\"ok\":") + (r.ok ? "true" : "false");
-    line += ",\"status\":" + jsonString(r.status);
-    if (!r.ok)
-        line += ",\"error\":" + jsonString(r.reason);
-    line += ",\"format\":" + jsonString(r.format.rawValue());
-    line += ",\"channels\":" + std::to_string(r.sourceChannels);
-    line += std::string(",\"autoCorrected\":") + (r.autoCorrected ? "true" : "false");
-    return line + "}";
-}
+struct Finished {
+    BounceResult result;
+    std::string line;
+};
 
 std::string plainLine(const std::string& path, std::size_t width, const BounceResult& r)
 {
@@ -125,15 +175,63 @@ void drawProgress(std::size_t done, std::size_t total)
     (void)!::write(STDERR_FILENO, line.data(), line.size());
 }
 
-// _sd2_outputs goes beside the first file that can be read: a mistyped path must not
-// grow folders, nor catch the other files' outputs.
-std::optional<fs::path> defaultOutputLocation(const std::vector<QueuedSource>& sources)
+// _sd2_outputs goes beside the first file that can be read: a mistyped path must not grow
+// folders, nor catch the other files' outputs.
+std::optional<QueuedSource> firstReadable(const std::vector<QueuedSource>& sources)
 {
     const auto readable = std::find_if(sources.begin(), sources.end(),
                                        [](const QueuedSource& source) { return MappedFile::open(source.path).ok(); });
     if (readable == sources.end())
         return std::nullopt;
-    return readable->path.parent_path();
+    return *readable;
+}
+
+std::string files(std::size_t count) { return std::to_string(count) + (count == 1 ? " file" : " files"); }
+
+// What a killed run left half written goes, from every folder this run's files belong in.
+void removeAbandonedPartials(const std::vector<FileRecord>& records, const Run& run, const fs::path& out)
+{
+    std::set<fs::path> folders;
+    for (const FileRecord& record : records)
+        folders.insert(run.tree ? run.tree->folderFor(record.source) : out);
+    for (const fs::path& folder : folders)
+        PartialFile::removeAbandoned(folder);
+}
+
+// Leaves out the files the report lists as converted, and says how many. False, with the
+// reason said, when the report cannot be read.
+bool skipConverted(std::vector<FileRecord>& records, const std::string& report, std::ostream& err)
+{
+    std::string error;
+    const std::optional<EarlierRun> earlier = EarlierRun::read(report, error);
+    if (!earlier) {
+        err << "sd2wav: couldn't read the report " << printableName(report) << ": " << printableName(error) << "\n";
+        return false;
+    }
+    const auto done = std::erase_if(records, [&](const FileRecord& record) { return earlier->converted(record); });
+    if (done > 0)
+        err << "sd2wav: skipped " << files(done) << " that " << printableName(report) << " lists as converted\n";
+    return true;
+}
+
+BounceResult convertOne(const QueuedSource& source, const SessionDetection& detected, const ConvertOptions& options,
+                        const BounceSettings& settings, BounceObserver& observer)
+{
+    // A pair's halves are read again when it is bounced.
+    const auto* found = std::get_if<FileDetection>(&detected.detection);
+    const SourceFormat format = found ? found->format.best : SourceFormat{SourceFormat::s16be};
+    const std::int64_t detectedChannels = found ? found->channels.channels : 2;
+    const BounceItem item{source.path, [&] { return format; },
+                          [&]() -> std::int64_t {
+                              switch (options.channelOverride) {
+                              case ChannelOverride::mono: return 1;
+                              case ChannelOverride::stereo: return 2;
+                              case ChannelOverride::automatic: break;
+                              }
+                              return detectedChannels;
+                          },
+                          source.right, source.root};
+    return bounceFile(item, withSession(settings, detected.session), observer);
 }
 
 } // namespace
@@ -141,8 +239,6 @@ std::optional<fs::path> defaultOutputLocation(const std::vector<QueuedSource>& s
 int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& err)
 {
     const Queue queue = queuePaths(options.common.paths, options.common.joinPairs);
-    const std::vector<QueuedSource>& sources = queue.sources;
-    const std::vector<std::string> paths = sourceNames(sources);
     Report report(out);
     for (const SkippedPath& skipped : queue.skipped) {
         if (options.common.json)
@@ -154,7 +250,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     }
     reportNotAudio(queue, err);
     int status = queue.skipped.empty() ? 0 : 1;
-    if (paths.empty()) {
+    if (queue.sources.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
         return std::max(1, report.finish(err));
     }
@@ -166,60 +262,87 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     settings.depth = options.depth.rawValue();
     settings.channels = options.channels;
     settings.normalize = options.normalize;
-    if (!options.outputFolder.empty()) {
-        settings.outputFolder = options.outputFolder;
+    // The output folder and the kept tree's names come from the whole queue, so every shard
+    // of it agrees on them. With no readable file there is no folder to make: every file
+    // fails before writing.
+    const std::optional<QueuedSource> first = firstReadable(queue.sources);
+    const fs::path location = defaultOutputLocation(first.value_or(queue.sources.front()), options.keepTree);
+    const bool chosenFolder = !options.outputFolder.empty();
+    settings.outputFolder = chosenFolder ? fs::path(options.outputFolder) : location / kDefaultOutputFolderName;
+    Run run(chosenFolder ? std::nullopt : std::optional(settings.outputFolder));
+    if (options.keepTree)
+        run.tree.emplace(settings.outputFolder, queue.sources);
+
+    const std::string settingsText = settingsJson(options);
+    std::vector<FileRecord> records;
+    for (const QueuedSource& source : queue.sources)
+        if (inShard(source, options.shard))
+            records.push_back(recordBefore(source, settingsText));
+    if (records.empty()) {
+        err << "sd2wav: none of the " << files(queue.sources.size()) << " found falls in shard " << options.shard.k
+            << "/" << options.shard.n << "\n";
+        return std::max(status, report.finish(err));
+    }
+    if (!options.report.empty()) {
+        if (!skipConverted(records, options.report, err))
+            return 1;
+        if (records.empty())
+            return std::max(status, report.finish(err));
+        run.log.emplace(options.report);
+        if (!run.log->ok()) {
+            err << "sd2wav: couldn't open the report " << printableName(options.report) << ": "
+                << printableName(run.log->error()) << "\n";
+            return 1;
+        }
+    }
+    if (first && chosenFolder) {
         std::error_code ignored; // a folder that cannot be made shows up in every file's write error
         fs::create_directories(settings.outputFolder, ignored);
-    } else if (const std::optional<fs::path> location = defaultOutputLocation(sources)) {
-        OutputFolder folder = makeDefaultOutputFolder(*location);
-        settings.outputFolder = std::move(folder.path);
+    } else if (first) {
+        OutputFolder folder = makeDefaultOutputFolder(location);
         settings.outputFolderError = std::move(folder.error);
-    } else {
-        // With no readable file there is no folder to make: every file fails before writing.
-        settings.outputFolder = sources.front().path.parent_path() / kDefaultOutputFolderName;
     }
+    // Swept only once the default folder is known not to lead elsewhere.
+    if (settings.outputFolderError.empty())
+        removeAbandonedPartials(records, run, settings.outputFolder);
 
+    std::vector<QueuedSource> sources;
+    for (const FileRecord& record : records)
+        sources.push_back(record.source);
+    const std::vector<std::string> paths = sourceNames(sources);
     const std::size_t width = nameColumn(paths);
-
     const bool progress = ::isatty(STDERR_FILENO) == 1;
-    OrderedNames names;
     if (progress)
         drawProgress(0, paths.size());
     // Every source is detected first, and its session settled, as the app does once a
-    // folder's detections are in.
-    std::vector<SessionDetection> detected;
-    detected.reserve(sources.size());
-    detectInSessions(sources, settings.sourceFormat, options.common.jobs, options.common.session,
-                     [&](std::size_t, SessionDetection& source) { detected.push_back(std::move(source)); });
+    // folder's detections are in. A session is its whole folder, whichever files this run
+    // converts of it.
+    const std::vector<SessionDetection> detected = detectPart(queue.sources, sources, settings.sourceFormat,
+                                                              options.common.jobs, options.common.session);
+    for (std::size_t i = 0; i < records.size(); ++i)
+        records[i].from = answerFrom(sources[i], detected[i], settings.sourceFormat.isAuto());
     forEachInOrder(
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
-            const auto* found = std::get_if<FileDetection>(&detected[i].detection);
-            const SourceFormat format = found ? found->format.best : SourceFormat{SourceFormat::s16be};
-            const std::int64_t detectedChannels = found ? found->channels.channels : 2;
-            const BounceItem item{
-                sources[i].path, [&] { return format; },
-                [&]() -> std::int64_t {
-                    switch (options.channelOverride) {
-                    case ChannelOverride::mono: return 1;
-                    case ChannelOverride::stereo: return 2;
-                    case ChannelOverride::automatic: break;
-                    }
-                    return detectedChannels;
-                },
-                sources[i].right, sources[i].root};
-            NamingObserver observer(names, i);
-            return bounceFile(item, withSession(settings, detected[i].session), observer);
+            FileObserver observer(run, i, records[i]);
+            const BounceResult result = convertOne(sources[i], detected[i], options, settings, observer);
+            std::string line = observer.finished(result);
+            return Finished{result, std::move(line)};
         },
-        [&](std::size_t i, const BounceResult& result) {
-            if (!result.ok)
+        [&](std::size_t i, const Finished& done) {
+            if (!done.result.ok)
                 status = 1;
             if (progress)
                 drawProgress(paths.size(), paths.size()); // clear the bar before printing over it
-            report.line(options.common.json ? jsonLine(sources[i], result) : plainLine(paths[i], width, result));
+            report.line(options.common.json ? done.line : plainLine(paths[i], width, done.result));
             if (progress && i + 1 < paths.size())
                 drawProgress(i + 1, paths.size());
         });
+    if (run.logFailed) {
+        err << "sd2wav: couldn't write the report " << printableName(options.report) << ": "
+            << printableName(run.log->error()) << "\n";
+        status = 1;
+    }
     return std::max(status, report.finish(err));
 }
 

@@ -10,21 +10,12 @@ namespace quorvel::cli {
 
 namespace {
 
-// Where the answer came from: a bare name's content, the session (never for a file with
-// metadata of its own), the source's own metadata, or its samples.
-std::string from(const QueuedSource& source, bool metadata, const SessionAnswer& session)
-{
-    return jsonString(source.sniffed ? "content" : session.any() ? "session" : metadata ? "metadata" : "detection");
-}
-
 std::string jsonLine(const QueuedSource& source, const SessionDetection& detected, std::int64_t defaultRate,
                      bool autoChoice)
 {
     const Detection& outcome = detected.detection;
-    std::string line = "{\"path\":" + jsonString(source.path.string());
-    if (source.isPair())
-        line += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
-                jsonString(source.right->string()) + "}";
+    std::string line = "{";
+    line += jsonSource(source);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
         return line + ",\"error\":" + jsonString("Unreadable file: " + failed->reason) + "}";
     if (const auto* pair = std::get_if<PairDetection>(&outcome)) {
@@ -32,7 +23,7 @@ std::string jsonLine(const QueuedSource& source, const SessionDetection& detecte
         line += ",\"channels\":2,\"confidence\":" + (pair->agree ? jsonString(pair->confidence) : std::string("null"));
         line += ",\"status\":" + jsonString(pair->status);
         line += ",\"rate\":" + std::to_string(pair->rate.value_or(defaultRate));
-        return line + ",\"from\":" + from(source, pair->rate && autoChoice, detected.session) + "}";
+        return line + ",\"from\":" + jsonString(answerFrom(source, detected, autoChoice)) + "}";
     }
 
     const auto& found = std::get<FileDetection>(outcome);
@@ -50,7 +41,7 @@ std::string jsonLine(const QueuedSource& source, const SessionDetection& detecte
     // The rate convert will use: the file's own, else its session's, else the --source-rate given.
     const auto& described = found.source.description;
     line += ",\"rate\":" + std::to_string(found.source.rate().value_or(detected.session.rate.value_or(defaultRate)));
-    line += ",\"from\":" + from(source, described && autoChoice, detected.session);
+    line += ",\"from\":" + jsonString(answerFrom(source, detected, autoChoice));
     if (described)
         line += ",\"container\":" + jsonString(found.source.container);
     return line + "}";

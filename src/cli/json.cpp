@@ -1,5 +1,6 @@
 #include "cli/json.hpp"
 
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -58,6 +59,29 @@ std::string jsonString(std::string_view text)
     }
     out += '"';
     return out;
+}
+
+std::string rawPathField(std::string_view name, const std::string& path)
+{
+    bool valid = true;
+    for (std::size_t i = 0, len = 0; valid && i < path.size(); i += len)
+        valid = (len = utf8Length(path, i)) != 0;
+    if (valid)
+        return {};
+    constexpr std::string_view kKept = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
+    std::string raw;
+    for (const char c : path) {
+        char escaped[4];
+        std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned char>(c));
+        raw += kKept.find(c) != std::string_view::npos ? std::string(1, c) : std::string(escaped);
+    }
+    const char initial = static_cast<char>(std::toupper(static_cast<unsigned char>(name.front())));
+    return ",\"raw" + std::string(1, initial) + std::string(name.substr(1)) + "\":" + jsonString(raw);
+}
+
+std::string jsonPath(std::string_view name, const std::string& path)
+{
+    return jsonString(name) + ":" + jsonString(path) + rawPathField(name, path);
 }
 
 std::string jsonNumber(double value)

@@ -42,6 +42,21 @@ TargetChannels parseChannels(std::string_view text)
     throw UsageError("--channels takes stereo, preserve or mono, not '" + std::string(text) + "'");
 }
 
+Shard parseShard(std::string_view text)
+{
+    constexpr std::uint32_t kMaxParts = 1000000;
+    Shard shard;
+    const char* end = text.data() + text.size();
+    const auto [slash, kError] = std::from_chars(text.data(), end, shard.k);
+    if (kError == std::errc{} && slash != end && *slash == '/') {
+        const auto [last, nError] = std::from_chars(slash + 1, end, shard.n);
+        if (nError == std::errc{} && last == end && shard.k >= 1 && shard.k <= shard.n && shard.n <= kMaxParts)
+            return shard;
+    }
+    throw UsageError("--shard takes K/N, the K-th of N parts with 1 ≤ K ≤ N ≤ " + std::to_string(kMaxParts) +
+                     ", not '" + std::string(text) + "'");
+}
+
 SourceFormatChoice parseSourceFormat(std::string_view text)
 {
     if (auto choice = SourceFormatChoice::fromId(text))
@@ -156,6 +171,15 @@ ConvertOptions parseConvertOptions(const std::vector<std::string_view>& args)
             options.channelOverride = ChannelOverride::mono;
         else if (w == "--stereo")
             options.channelOverride = ChannelOverride::stereo;
+        else if (w == "--keep-tree")
+            options.keepTree = true;
+        else if (reader.takes("--shard", value))
+            options.shard = parseShard(value);
+        else if (reader.takes("--report", value)) {
+            if (value.empty())
+                throw UsageError("--report needs a file");
+            options.report = std::string(value);
+        }
         else if (reader.takes("--rate", value))
             options.rate = parseNumber<TargetRate>("--rate", value, "44100, 48000, 88200 or 96000");
         else if (reader.takes("--depth", value))

@@ -3,6 +3,7 @@
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -26,6 +27,12 @@ struct DetectOptions {
     std::vector<std::string> paths;
 };
 
+// The K-th of N parts of the files found (--shard K/N), 1 ≤ K ≤ N.
+struct Shard {
+    std::uint32_t k = 1;
+    std::uint32_t n = 1;
+};
+
 struct ConvertOptions {
     DetectOptions common;
     SourceRate sourceRate = SourceRate::r44100;
@@ -35,6 +42,9 @@ struct ConvertOptions {
     ChannelOverride channelOverride = ChannelOverride::automatic;
     bool normalize = false;
     std::string outputFolder; // empty: _sd2_outputs beside the first file
+    bool keepTree = false;    // outputs in OUT/<given folder's name>/<folders below it>/
+    std::string report;       // one line per finished file, read back to skip what is done
+    Shard shard;
 };
 
 unsigned defaultJobs();

@@ -1,6 +1,8 @@
 #include "cli/queue.hpp"
+#include "cli/json.hpp"
 #include "core/detection/detectSource.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/pipeline/keptTree.hpp"
 #include "model/intake.hpp"
 
 #include <algorithm>
@@ -21,10 +23,35 @@ void reportNotAudio(const Queue& queue, std::ostream& err)
             << " without an extension that did not read as audio\n";
 }
 
+bool inShard(const QueuedSource& source, Shard shard)
+{
+    std::uint64_t hash = 0xcbf29ce484222325; // FNV-1a
+    for (const char c : pathBelowRoot(source.path, source.root).generic_string()) {
+        hash ^= static_cast<unsigned char>(c);
+        hash *= 0x100000001b3;
+    }
+    // FNV's low bits follow only the names' low bits; MurmurHash3's finaliser spreads them.
+    hash ^= hash >> 33;
+    hash *= 0xff51afd7ed558ccd;
+    hash ^= hash >> 33;
+    hash *= 0xc4ceb9fe1a85ec53;
+    hash ^= hash >> 33;
+    return hash % shard.n == shard.k - 1;
+}
+
 std::string skippedLine(const SkippedPath& skipped)
 {
     return "sd2wav: couldn't open " + printableName(skipped.path.string()) + ": " +
            printableName(skipped.reason);
+}
+
+std::string jsonSource(const QueuedSource& source)
+{
+    std::string fields = jsonPath("path", source.path.string());
+    if (source.isPair())
+        fields += ",\"pair\":{\"left\":" + jsonString(source.path.string()) + ",\"right\":" +
+                  jsonString(source.right->string()) + "}" + rawPathField("right", source.right->string());
+    return fields;
 }
 
 std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources)

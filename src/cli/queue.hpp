@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/options.hpp"
 #include "core/detection/detectPair.hpp"
 #include "core/io/splitStereo.hpp"
 #include "model/intake.hpp"
@@ -20,10 +21,19 @@ struct Queue {
 };
 Queue queuePaths(const std::vector<std::string>& given, bool joinPairs);
 
+// Whether the source is in the shard: the K-th of N parts by a 64-bit hash (FNV-1a, mixed by
+// MurmurHash3's finaliser) of its path below the folder it was found under (its name when
+// given by itself), so every machine and build splits an archive alike, wherever mounted.
+bool inShard(const QueuedSource& source, Shard shard);
+
 // "sd2wav: couldn't open DIR: reason", for standard error.
 std::string skippedLine(const SkippedPath& skipped);
 // Says on standard error how many files with a bare name were left out as not audio, if any.
 void reportNotAudio(const Queue& queue, std::ostream& err);
+
+// A source's JSON fields: `"path":…` and, for a pair, `"pair":{"left":…,"right":…}`; a name
+// whose bytes are not UTF-8 adds rawPath or rawRight.
+std::string jsonSource(const QueuedSource& source);
 
 // How a source is named in the output: its path, or a pair's left path + " + R".
 std::vector<std::string> sourceNames(const std::vector<QueuedSource>& sources);

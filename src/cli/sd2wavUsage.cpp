@@ -74,9 +74,22 @@ ProgramDoc sd2wavUsage()
                   "read every file as mono or stereo instead of detecting it"},
                  {{"-o"}, "DIR", {}, Offer::folders, "output folder (default: _sd2_outputs beside the first file)",
                   {"--output"}},
+                 {{"--keep-tree"}, {}, {}, Offer::nothing,
+                  "keep each given folder's structure: OUT/FOLDER/sub/folders/NAME_48kHz_24bit_stereo.wav (a file "
+                  "given by itself goes to OUT); given folders of one name become FOLDER, FOLDER (2) …; OUT defaults "
+                  "to _sd2_outputs beside the folder the first file was found under"},
+                 {{"--report"}, "FILE", {}, Offer::paths,
+                  "append each file's JSON line (as --json prints it) to FILE as soon as the file ends, synced to "
+                  "disk; run again with the same FILE to skip every file it lists as converted whose source, "
+                  "settings and output are unchanged"},
+                 {{"--shard"}, "K/N", {}, Offer::nothing,
+                  "convert only the K-th of N parts of the files found, split by each file's path below its given "
+                  "folder (by its name when given by itself): N runs, K = 1…N, convert each file once, whatever "
+                  "machine or mount point; each file still takes its session's evidence from its whole folder"},
                  jobs("files converted at once (default: number of cores)"),
                  {{"--json"}, {}, {}, Offer::nothing,
-                  "one JSON object per line: path, output, ok, status, format, channels, autoCorrected (and error)"},
+                  "one JSON object per line: path, output, ok, status, format, channels, autoCorrected (and error), "
+                  "from (as detect gives it), size and modified (the source's), outputSize, settings"},
                  {{"--no-pairs"}, {}, {}, Offer::nothing, "convert NAME.L and NAME.R as two mono files"},
                  noSession("judge every file on its own, as detect --no-session does"),
              },
@@ -94,8 +107,9 @@ ProgramDoc sd2wavUsage()
             {{"--version"}, {}, {}, Offer::nothing,
              "print the version of sd2wav and of the libsoxr and libsndfile it runs with"},
         },
-        .exitStatus = "0 every file was read (detect) or converted (convert), 1 some file failed, a folder could "
-                      "not be opened or the report could not be written, 2 usage error.",
+        .exitStatus = "0 every file was read (detect) or converted (convert, counting those a report lists as "
+                      "converted), 1 some file failed, a folder could not be opened or the report could not be "
+                      "written, 2 usage error.",
         .examples = {
             {"sd2wav detect sessions/", "Print how every .sd2 file under sessions/ reads."},
             {"sd2wav convert --rate 44100 --depth 16 sessions/",

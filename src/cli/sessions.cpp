@@ -2,6 +2,7 @@
 #include "cli/sessions.hpp"
 
 #include <map>
+#include <set>
 
 namespace quorvel::cli {
 
@@ -75,6 +76,39 @@ void detectInSessions(const std::vector<QueuedSource>& sources, SourceFormatChoi
                 held[next].reset();
             }
         });
+}
+
+std::vector<SessionDetection> detectPart(const std::vector<QueuedSource>& all, const std::vector<QueuedSource>& part,
+                                         SourceFormatChoice choice, unsigned jobs, bool useSession)
+{
+    std::set<fs::path> wanted, folders;
+    for (const QueuedSource& source : part) {
+        wanted.insert(source.path);
+        folders.insert(folderOf(source.path));
+    }
+    std::vector<QueuedSource> read;
+    for (const QueuedSource& source : all)
+        if (wanted.contains(source.path) || (useSession && folders.contains(folderOf(source.path))))
+            read.push_back(source);
+    std::vector<SessionDetection> detected;
+    detected.reserve(part.size());
+    detectInSessions(read, choice, jobs, useSession, [&](std::size_t i, SessionDetection& source) {
+        if (wanted.contains(read[i].path))
+            detected.push_back(std::move(source));
+    });
+    return detected;
+}
+
+std::string_view answerFrom(const QueuedSource& source, const SessionDetection& detected, bool autoChoice)
+{
+    bool metadata = false;
+    if (const auto* file = std::get_if<FileDetection>(&detected.detection))
+        metadata = file->source.description.has_value();
+    else if (const auto* pair = std::get_if<PairDetection>(&detected.detection))
+        metadata = pair->rate.has_value();
+    else
+        return {};
+    return source.sniffed ? "content" : detected.session.any() ? "session" : metadata && autoChoice ? "metadata" : "detection";
 }
 
 } // namespace quorvel::cli

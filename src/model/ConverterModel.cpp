@@ -1,5 +1,6 @@
 #include "model/ConverterModel.hpp"
 #include "core/io/splitStereo.hpp"
+#include "core/pipeline/keptTree.hpp"
 #include "core/pipeline/outputFolder.hpp"
 #include "model/intake.hpp"
 
@@ -77,7 +78,7 @@ std::optional<QUrl> ConverterModel::defaultOutDir() const
 {
     if (queue().empty())
         return std::nullopt;
-    return urlForPath(queue().front()->filePath().parent_path() / kDefaultOutputFolderName);
+    return urlForPath(defaultOutputLocation(queue().front()->source(), keepFolderStructure_) / kDefaultOutputFolderName);
 }
 
 void ConverterModel::setSourceFormatChoice(SourceFormatChoice choice)
@@ -92,6 +93,10 @@ void ConverterModel::setTargetChannels(TargetChannels channels)
     assign(this, targetChannels_, channels, &ConverterModel::targetChannelsChanged);
 }
 void ConverterModel::setNormalizeLoudness(bool on) { assign(this, normalizeLoudness_, on, &ConverterModel::normalizeLoudnessChanged); }
+void ConverterModel::setKeepFolderStructure(bool on)
+{
+    assign(this, keepFolderStructure_, on, &ConverterModel::keepFolderStructureChanged);
+}
 void ConverterModel::setOutputFolder(const QUrl& folder) { assign(this, outputFolder_, folder, &ConverterModel::outputFolderChanged); }
 void ConverterModel::setShowAdvanced(bool on) { assign(this, showAdvanced_, on, &ConverterModel::showAdvancedChanged); }
 void ConverterModel::setIsConverting(bool on) { assign(this, isConverting_, on, &ConverterModel::isConvertingChanged); }

@@ -40,6 +40,7 @@ class ConverterModel : public QObject {
     Q_PROPERTY(int targetDepth READ targetDepthBits WRITE setTargetDepthBits NOTIFY targetDepthChanged)
     Q_PROPERTY(QString targetChannels READ targetChannelsId WRITE setTargetChannelsId NOTIFY targetChannelsChanged)
     Q_PROPERTY(bool normalizeLoudness READ normalizeLoudness WRITE setNormalizeLoudness NOTIFY normalizeLoudnessChanged)
+    Q_PROPERTY(bool keepFolderStructure READ keepFolderStructure WRITE setKeepFolderStructure NOTIFY keepFolderStructureChanged)
     Q_PROPERTY(QUrl outputFolder READ outputFolder WRITE setOutputFolder NOTIFY outputFolderChanged)
     Q_PROPERTY(QString outputFolderName READ outputFolderName NOTIFY outputFolderChanged)
     Q_PROPERTY(QString outputFolderPath READ outputFolderPath NOTIFY outputFolderChanged)
@@ -79,6 +80,8 @@ public:
     TargetDepth targetDepth() const { return targetDepth_; }
     TargetChannels targetChannels() const { return targetChannels_; }
     bool normalizeLoudness() const { return normalizeLoudness_; }
+    // Outputs in OUT/<dropped folder>/<folders below it>/, beside the dropped folder by default.
+    bool keepFolderStructure() const { return keepFolderStructure_; }
     QUrl outputFolder() const { return outputFolder_; }
     QString outputFolderPath() const { return outputFolder_.toLocalFile(); }
     QString outputFolderName() const; // last path component; empty when none is chosen
@@ -92,7 +95,8 @@ public:
     bool phaseDone() const { return phaseDone_; }
     bool phaseFailed() const { return phaseFailed_; }
     int pendingCount() const { return items_.benchCount(); }
-    // _sd2_outputs beside the first queued file; none when the queue is empty.
+    // _sd2_outputs beside the first queued file (beside the folder it was found under when the
+    // folder structure is kept); none when the queue is empty.
     std::optional<QUrl> defaultOutDir() const;
 
     void setSourceFormatChoice(SourceFormatChoice choice);
@@ -101,6 +105,7 @@ public:
     void setTargetDepth(TargetDepth depth);
     void setTargetChannels(TargetChannels channels);
     void setNormalizeLoudness(bool on);
+    void setKeepFolderStructure(bool on);
     void setOutputFolder(const QUrl& folder);
     void setShowAdvanced(bool on);
 
@@ -137,6 +142,7 @@ signals:
     void targetDepthChanged();
     void targetChannelsChanged();
     void normalizeLoudnessChanged();
+    void keepFolderStructureChanged();
     void outputFolderChanged();
     void isConvertingChanged();
     void overallProgressChanged();
@@ -221,6 +227,7 @@ private:
     TargetDepth targetDepth_ = TargetDepth::d24;
     TargetChannels targetChannels_ = TargetChannels::stereo;
     bool normalizeLoudness_ = false;
+    bool keepFolderStructure_ = false;
     QUrl outputFolder_;
     bool isConverting_ = false;
     double overallProgress_ = 0.0;

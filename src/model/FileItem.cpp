@@ -1,5 +1,6 @@
 #include "model/FileItem.hpp"
 #include "core/io/splitStereo.hpp"
+#include "core/pipeline/keptTree.hpp"
 #include "model/intake.hpp"
 
 #include <QFileInfo>
@@ -14,7 +15,7 @@ FileItem::FileItem(const QueuedSource& source)
 }
 
 FileItem::FileItem(const QUrl& url, const QUrl& rightUrl, std::optional<std::filesystem::path> root)
-    : url_(url), rightUrl_(rightUrl), root_(std::move(root)), folder_(filePath().parent_path())
+    : url_(url), rightUrl_(rightUrl), root_(std::move(root)), sessionFolder_(filePath().parent_path())
 {
 }
 
@@ -32,6 +33,17 @@ std::optional<std::filesystem::path> FileItem::rightFilePath() const
     if (!isPair())
         return std::nullopt;
     return pathForUrl(rightUrl_);
+}
+
+QString FileItem::folder() const
+{
+    if (!root_)
+        return {};
+    const std::filesystem::path below = pathBelowRoot(filePath(), root_).parent_path();
+    QStringList steps;
+    for (const std::filesystem::path& step : below.empty() ? folderName(*root_) : below)
+        steps << QString::fromLocal8Bit(step.string());
+    return steps.join(QStringLiteral(" › "));
 }
 
 QString FileItem::halves() const

@@ -34,6 +34,8 @@ class FileItem : public QObject {
     Q_PROPERTY(QString fileName READ fileName CONSTANT)
     Q_PROPERTY(bool isPair READ isPair CONSTANT)
     Q_PROPERTY(QString halves READ halves CONSTANT)
+    Q_PROPERTY(QString folder READ folder CONSTANT)
+    Q_PROPERTY(QString path READ path CONSTANT)
     Q_PROPERTY(qint64 detectedChannels READ detectedChannels NOTIFY detectedChannelsChanged)
     Q_PROPERTY(QString detectedFormat READ detectedFormatId NOTIFY detectedFormatChanged)
     Q_PROPERTY(QString confidence READ confidence NOTIFY confidenceChanged)
@@ -68,6 +70,11 @@ public:
     QString halves() const; // "Gtr.L.sd2 + Gtr.R.sd2" for a pair, else empty
     // The folder the file was found under, as given or dropped; none for a file given by itself.
     const std::optional<std::filesystem::path>& root() const { return root_; }
+    // Where it sits in what was dropped: "PT Session 12 › Audio Files" below the dropped
+    // folder, that folder's name for a file right in it, empty for a file given by itself.
+    QString folder() const;
+    // The file or pair as the core knows it.
+    QueuedSource source() const { return {filePath(), rightFilePath(), root_}; }
 
     std::int64_t detectedChannels() const { return detectedChannels_.load(); }
     SourceFormat detectedFormat() const { return static_cast<SourceFormat::Case>(detectedFormat_.load()); }
@@ -84,7 +91,7 @@ public:
     QStringList overrideLabels() const;
 
     // The folder it sits in: its session.
-    const std::filesystem::path& folder() const { return folder_; }
+    const std::filesystem::path& sessionFolder() const { return sessionFolder_; }
     // What its own detection found, before its session had a say; nothing while none has
     // finished, or when the file could not be read.
     using Reading = std::variant<std::monostate, FileDetection, PairDetection>;
@@ -142,7 +149,7 @@ private:
     QString status_ = QStringLiteral("Ready");
     State state_ = ready;
     QUrl outputURL_;
-    const std::filesystem::path folder_;
+    const std::filesystem::path sessionFolder_;
     Reading reading_;
     std::atomic<std::int64_t> sessionRate_{0}; // 0: none
     std::atomic<int> sessionFormat_{-1};       // a SourceFormat's index; −1: none

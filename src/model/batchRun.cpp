@@ -1,7 +1,10 @@
 #include "core/pipeline/bounceFile.hpp"
+#include "core/pipeline/keptTree.hpp"
 #include "core/pipeline/outputFolder.hpp"
+#include "core/pipeline/outputNaming.hpp"
 #include "core/pipeline/sessionSettings.hpp"
 #include "core/pipeline/stopBetweenBlocks.hpp"
+#include "core/pipeline/treeFolders.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
 
@@ -13,6 +16,8 @@ namespace quorvel {
 struct ConverterModel::BatchSnapshot {
     std::vector<FileItemPtr> pending;
     BounceSettings settings;
+    std::optional<KeptTree> tree; // when the folder structure is kept
+    std::optional<std::filesystem::path> linkFree; // the default output folder, whose tree follows no link
 };
 
 namespace {
@@ -31,7 +36,11 @@ QString text(const std::string& s) { return QString::fromStdString(s); }
 // Turns the steps of one file's bounce into posted changes and pauses.
 class ConverterModel::BatchWorker : public BounceObserver {
 public:
-    BatchWorker(ConverterModel& model, FileItemPtr item, double pace) : model_(model), item_(std::move(item)), pace_(pace) {}
+    BatchWorker(ConverterModel& model, FileItemPtr item, double pace, const std::optional<KeptTree>& tree,
+                TreeFolders& folders)
+        : model_(model), item_(std::move(item)), pace_(pace), tree_(tree), folders_(folders)
+    {
+    }
 
     void corrected(SourceFormat format) override
     {
@@ -47,11 +56,23 @@ public:
         model_.post([&model = model_, title = text(title)] { model.setPhaseTitle(title); });
         model_.post([&model = model_, name = item_->fileName()] { model.setPhaseDetail(name); });
     }
+    std::filesystem::path chooseOutput(const std::filesystem::path& dir, const std::string& base, std::int64_t rate,
+                                       std::int64_t depth, std::int64_t channels) override
+    {
+        if (!tree_)
+            return BounceObserver::chooseOutput(dir, base, rate, depth, channels);
+        const std::filesystem::path folder = tree_->folderFor(item_->source());
+        hold_.emplace(folders_.hold(folder)); // throws when it cannot: the file fails with the reason
+        return uniqueOutput(folder, base, rate, depth, channels);
+    }
 
 private:
     ConverterModel& model_;
     FileItemPtr item_;
     double pace_;
+    const std::optional<KeptTree>& tree_;
+    TreeFolders& folders_;
+    std::optional<TreeFolders::Hold> hold_;
 };
 
 void ConverterModel::convertAll()
@@ -60,7 +81,7 @@ void ConverterModel::convertAll()
         return;
     OutputFolder folder;
     if (outputFolder_.isEmpty()) {
-        folder = makeDefaultOutputFolder(queue().front()->filePath().parent_path());
+        folder = makeDefaultOutputFolder(defaultOutputLocation(queue().front()->source(), keepFolderStructure_));
     } else {
         folder.path = pathForUrl(outputFolder_);
         std::error_code ignored; // a folder that cannot be made shows in every file's write error
@@ -92,6 +113,14 @@ void ConverterModel::convertAll()
                          normalizeLoudness_,
                          folder.path,
                          folder.error};
+    if (keepFolderStructure_) {
+        std::vector<QueuedSource> sources;
+        for (const FileItemPtr& item : queue())
+            sources.push_back(item->source());
+        snapshot.tree.emplace(folder.path, sources);
+        if (outputFolder_.isEmpty())
+            snapshot.linkFree = folder.path;
+    }
     // The last run's thread has posted its end by now and is returning.
     if (worker_.joinable())
         worker_.join();
@@ -116,6 +145,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
     const std::size_t n = snapshot.pending.size();
     const double pace = paceFor(n);
     int failures = 0;
+    TreeFolders folders(snapshot.linkFree);
     const StopBetweenBlocks stopping(stop_);
     const auto closeRun = [this] {
         post([this] { setShowOverlay(false); });
@@ -138,7 +168,7 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
 
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
                                 [&] { return item->sourceChannels(); }, item->rightFilePath(), item->root()};
-        BatchWorker worker(*this, item, pace);
+        BatchWorker worker(*this, item, pace, snapshot.tree, folders);
         const BounceResult result = bounceFile(source, withSession(snapshot.settings, item->session()), worker);
         if (stop_) {
             // Stopped while it was being written: it was not meant to be finished.

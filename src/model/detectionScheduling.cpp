@@ -60,7 +60,7 @@ std::optional<std::vector<WindowSketch>> sketchesOf(const FileDetection& detecte
 void ConverterModel::detect(const FileItemPtr& item)
 {
     const SourceFormatChoice choice = sourceFormatChoice_;
-    ++detecting_[item->folder()];
+    ++detecting_[item->sessionFolder()];
     // The task holds the item, never the model's fields; only the item's url and root are read off the main thread.
     if (item->isPair()) {
         detectPairItem(item, choice);
@@ -114,9 +114,9 @@ void ConverterModel::showReading(const FileItemPtr& item, const FileItem::Readin
 {
     std::visit([&](const auto& found) { show(*item, found); }, reading);
     item->setReading(reading);
-    if (const auto running = detecting_.find(item->folder()); --running->second == 0) {
+    if (const auto running = detecting_.find(item->sessionFolder()); --running->second == 0) {
         detecting_.erase(running);
-        settleFolder(item->folder());
+        settleFolder(item->sessionFolder());
     }
 }
 
@@ -126,7 +126,7 @@ void ConverterModel::settleFolder(const std::filesystem::path& folder)
     std::vector<FileItemPtr> members;
     std::vector<SessionSource> sources;
     for (const FileItemPtr& item : queue())
-        if (item->folder() == folder) {
+        if (item->sessionFolder() == folder) {
             members.push_back(item);
             sources.push_back(sessionSource(item->reading()));
         }

@@ -1,6 +1,7 @@
 #include "model/intake.hpp"
 #include "core/io/fileIdentity.hpp"
 #include "core/metadata/sd2Candidate.hpp"
+#include "core/pipeline/keptTree.hpp"
 
 #include <QCollator>
 #include <QLocale>
@@ -17,15 +18,49 @@ namespace {
 struct Found {
     fs::path path;
     std::optional<fs::path> root;
-    bool sniffed = false;
+    bool sniffed;
+    std::size_t given; // which of the given paths it came from
 };
+
+// A file's place in the queue. The given paths are ordered as if they lay side by side in
+// one folder: a loose file by its name, a folder's files under the folder's name, then by
+// their path below it, level by level, in file-browser order. Folders of one name (and a
+// file named like one) keep the order they were given in, so their files never interleave.
+struct Place {
+    std::vector<QCollatorSortKey> levels;
+    std::size_t given;
+};
+
+bool before(const Place& a, const Place& b)
+{
+    if (const int first = a.levels.front().compare(b.levels.front()); first != 0)
+        return first < 0;
+    if (a.given != b.given)
+        return a.given < b.given;
+    const auto less = [](const QCollatorSortKey& x, const QCollatorSortKey& y) { return x.compare(y) < 0; };
+    return std::lexicographical_compare(a.levels.begin() + 1, a.levels.end(), b.levels.begin() + 1, b.levels.end(), less);
+}
+
+Place placeOf(const Found& found, const QCollator& collator)
+{
+    std::vector<QCollatorSortKey> levels;
+    const auto add = [&](const fs::path& name) {
+        levels.push_back(collator.sortKey(QString::fromLocal8Bit(name.string())));
+    };
+    if (found.root)
+        add(folderName(*found.root));
+    for (const fs::path& name : pathBelowRoot(found.path, found.root))
+        add(name);
+    return {std::move(levels), found.given};
+}
 
 // Pre-order walk, entries in byte order of their names so the result does not depend on
 // the order the file system returns them in. Symlinked folders are listed but not entered,
 // which also keeps symlink loops out. A folder that cannot be read (or not to the end)
 // contributes what it can and is reported. Entry types come from the listing itself, so a
 // folder whose path has grown too long to open is still recognised, and reported.
-void walk(const fs::path& folder, std::vector<Found>& out, CollectedPaths& intake, const fs::path& root)
+void walk(const fs::path& folder, std::vector<Found>& out, CollectedPaths& intake, const fs::path& root,
+          std::size_t given)
 {
     std::error_code error;
     std::vector<fs::directory_entry> entries;
@@ -37,12 +72,12 @@ void walk(const fs::path& folder, std::vector<Found>& out, CollectedPaths& intak
     for (const fs::directory_entry& entry : entries) {
         const Candidacy candidacy = sd2Candidacy(entry.path(), root);
         if (candidacy == Candidacy::taken || candidacy == Candidacy::sniffed)
-            out.push_back({entry.path(), root, candidacy == Candidacy::sniffed});
+            out.push_back({entry.path(), root, candidacy == Candidacy::sniffed, given});
         intake.notAudio += candidacy == Candidacy::notAudio;
         std::error_code typeError;
         const bool symlink = entry.is_symlink(typeError);
         if (!typeError && !symlink && entry.is_directory(typeError))
-            walk(entry.path(), out, intake, root);
+            walk(entry.path(), out, intake, root, given);
         else if (typeError && candidacy == Candidacy::skipped)
             intake.skipped.push_back({entry.path(), typeError.message()});
     }
@@ -54,12 +89,13 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
 {
     CollectedPaths intake;
     std::vector<Found> candidates;
-    for (const fs::path& path : given) {
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        const fs::path& path = given[i];
         std::error_code error;
         if (fs::is_directory(fs::status(path, error)))
-            walk(path, candidates, intake, path);
+            walk(path, candidates, intake, path, i);
         else if (sd2Candidacy(path, std::nullopt) == Candidacy::taken)
-            candidates.push_back({path, std::nullopt});
+            candidates.push_back({path, std::nullopt, false, i});
         else if (error)
             intake.skipped.push_back({path, error.message()});
     }
@@ -67,33 +103,27 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
     std::set<FileIdentity> seen;
     for (const std::string& path : queued)
         seen.insert(fileIdentity(path));
-    PathList fresh;
-    for (Found& found : candidates)
-        if (!queued.contains(found.path.string()) && seen.insert(fileIdentity(found.path)).second) {
-            if (found.root)
-                intake.roots.emplace(found.path, *found.root);
-            if (found.sniffed)
-                intake.sniffed.insert(found.path);
-            fresh.push_back(std::move(found.path));
-        }
-
     // Names are compared as text; the bytes themselves travel untouched beside them.
-    struct Named {
-        QString name;
-        fs::path path;
-    };
-    std::vector<Named> named;
-    named.reserve(fresh.size());
-    for (fs::path& path : fresh)
-        named.push_back({QString::fromLocal8Bit(path.filename().string()), std::move(path)});
-
     const QCollator collator = fileBrowserCollator();
-    std::stable_sort(named.begin(), named.end(),
-                     [&](const Named& a, const Named& b) { return collator.compare(a.name, b.name) < 0; });
+    struct Placed {
+        Place place;
+        Found found;
+    };
+    std::vector<Placed> fresh;
+    for (Found& found : candidates)
+        if (!queued.contains(found.path.string()) && seen.insert(fileIdentity(found.path)).second)
+            fresh.push_back({placeOf(found, collator), std::move(found)});
+    std::stable_sort(fresh.begin(), fresh.end(),
+                     [](const Placed& a, const Placed& b) { return before(a.place, b.place); });
 
-    intake.paths.reserve(named.size());
-    for (Named& n : named)
-        intake.paths.push_back(std::move(n.path));
+    intake.paths.reserve(fresh.size());
+    for (Placed& p : fresh) {
+        if (p.found.root)
+            intake.roots.emplace(p.found.path, *p.found.root);
+        if (p.found.sniffed)
+            intake.sniffed.insert(p.found.path);
+        intake.paths.push_back(std::move(p.found.path));
+    }
     return intake;
 }
 

@@ -43,8 +43,10 @@ struct CollectedPaths {
 // sniffed when walked (sd2Candidacy), and each file is taken once: paths already queued
 // and repeats of one file under another spelling ("A" and "A/take.sd2", a link to it) are
 // left out, judged by the file's identity (queued paths also byte for byte). The new paths
-// are ordered by file name as a file browser lists them (stable, so equal names keep the
-// order in which they were met). A given path that does not exist is kept when it names an
+// are ordered as a file browser would list the given paths side by side: a loose file by its
+// name, a folder's files under the folder's name, then by their path below it, each level in
+// file-browser order, so a session's files stay together; equal names keep the order in
+// which they were given and met. A given path that does not exist is kept when it names an
 // .sd2 file (reading it later reports it) and skipped otherwise. Paths are kept as the
 // bytes the file system gave, so names that are not valid UTF-8 still reach their files.
 CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string>& queued);

@@ -82,6 +82,20 @@ FocusScope {
                 ToolTip.visible: truncated && statusHover.hovered
                 ToolTip.text: text
             }
+            Readout {
+                objectName: "folderLine"
+                width: parent.width
+                visible: text !== ""
+                text: row.item.folder
+                elide: Text.ElideMiddle
+                maximumLineCount: 1
+                color: Theme.dimText
+                HoverHandler {
+                    id: folderHover
+                }
+                ToolTip.visible: folderHover.hovered
+                ToolTip.text: row.item.path
+            }
         }
         Item {
             Layout.preferredWidth: 120

@@ -129,6 +129,13 @@ Item {
                 font.pixelSize: Theme.caption
                 color: Theme.dimText
             }
+            SettingToggle {
+                objectName: "keepFolderStructure"
+                title: "Keep folder structure"
+                detail: "→ _sd2_outputs/Session/Audio Files/…, as dropped"
+                checked: Model.keepFolderStructure
+                onToggled: Model.keepFolderStructure = !Model.keepFolderStructure
+            }
         }
     }
 }

@@ -2,6 +2,7 @@
 // reason, no crash, no hang, nothing overwritten, no half file under a final name.
 #include "support/files.hpp"
 #include "support/forks.hpp"
+#include "support/process.hpp"
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
@@ -24,15 +25,6 @@ using namespace quorvel;
 namespace fs = std::filesystem;
 
 namespace {
-
-// Signals whose default action ends the process (SIGKILL aside), a sample of each kind;
-// the faults only where AddressSanitizer has not taken them over.
-const int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM, SIGXCPU,
-                              SIGVTALRM, SIGPROF, SIGABRT, SIGSYS, SIGRTMIN,
-#ifndef __SANITIZE_ADDRESS__
-                              SIGBUS, SIGSEGV,
-#endif
-};
 
 struct Result {
     int exitCode;
@@ -66,35 +58,10 @@ protected:
                 return line;
         return "(no line for " + name + " in:\n" + out + ")";
     }
-    // Starts sd2wav in the scratch folder without a shell, stdout on `out` (else /dev/null),
-    // and `closed` (a standard descriptor) closed.
+    // Starts sd2wav in the scratch folder, stdout on `out` (else /dev/null), `closed` closed.
     pid_t start(const std::vector<std::string>& args, int out = -1, int closed = -1) const
     {
-        std::vector<std::string> words{SD2WAV_PATH};
-        words.insert(words.end(), args.begin(), args.end());
-        std::vector<char*> argv;
-        for (std::string& word : words)
-            argv.push_back(word.data());
-        argv.push_back(nullptr);
-        const pid_t pid = fork();
-        if (pid == 0) {
-            const int null = ::open("/dev/null", O_RDWR);
-            if (::chdir(dir.path().c_str()) != 0 || null < 0)
-                _exit(99);
-            ::dup2(null, STDIN_FILENO);
-            ::dup2(out >= 0 ? out : null, STDOUT_FILENO);
-            ::dup2(null, STDERR_FILENO);
-            if (closed >= 0)
-                ::close(closed);
-            // As from a terminal, even when this test runs as a background job (SIGINT ignored).
-            for (const int signal : kEndingSignals)
-                ::signal(signal, SIG_DFL);
-            const rlimit noCore{0, 0};
-            ::setrlimit(RLIMIT_CORE, &noCore);
-            ::execv(argv[0], argv.data());
-            _exit(98);
-        }
-        return pid;
+        return test::startSd2wav(dir.path(), args, out, -1, closed);
     }
     static bool partialAppears(const fs::path& folder, const std::string& prefix)
     {
@@ -256,7 +223,7 @@ TEST_F(Hostile, ConvertsAudioLargerThanItsMemoryLimit)
 TEST_F(Hostile, RunsStoppedMidWrite)
 {
     take("long.sd2", 300);
-    std::vector<int> signals(std::begin(kEndingSignals), std::end(kEndingSignals));
+    std::vector<int> signals(std::begin(test::kEndingSignals), std::end(test::kEndingSignals));
     signals.push_back(SIGKILL);
     for (std::size_t i = 0; i < signals.size(); ++i) {
         const int signal = signals[i], closed = i <= STDERR_FILENO ? static_cast<int>(i) : -1;
@@ -284,9 +251,9 @@ TEST_F(Hostile, RunsStoppedMidWrite)
         }
         ASSERT_EQ(left.size(), 1u);
         EXPECT_TRUE(left[0].starts_with("long_96kHz_32bit_stereo.wav.partial-")) << left[0];
-        // The next run writes the real file beside it, under the final name.
+        // The next run writes the real file under the final name and takes the abandoned one away.
         EXPECT_EQ(sh("$S convert --rate 96000 --depth 32 -o " + out.string() + " long.sd2").exitCode, 0);
-        EXPECT_TRUE(fs::exists(out / "long_96kHz_32bit_stereo.wav"));
+        EXPECT_EQ(listing(out), std::vector<std::string>{"long_96kHz_32bit_stereo.wav"});
     }
 
     // A closed pipe: the first file's report line waits on a full stdout pipe while the
@@ -500,16 +467,24 @@ TEST_F(Hostile, DefaultOutputFolderIsMadeBesideAFileThatExistsAndNeverThroughALi
     EXPECT_TRUE(fs::exists(dir / "real" / "_sd2_outputs" / "b_48kHz_24bit_stereo.wav")) << r.out;
     EXPECT_FALSE(fs::exists(dir / "typo")) << "no folders along a mistyped path";
 
-    // A link in its place (from an unpacked archive, say) is not followed; a folder the user
-    // names is theirs, link or not. A folder that cannot be made gives its own reason.
+    // A link in its place (from an unpacked archive, say), or in a kept tree's place inside
+    // it, is not followed; a folder the user names is theirs, link or not. A folder that
+    // cannot be made gives its own reason.
     take("src/a.sd2");
+    take("src/inner/a.sd2");
+    take("arch/S/a.sd2");
     fs::create_directory(dir / "elsewhere");
     fs::create_symlink("../elsewhere", dir / "src/_sd2_outputs");
+    fs::create_directory(dir / "_sd2_outputs");
+    fs::create_symlink("../elsewhere", dir / "_sd2_outputs/arch");
     take("shut/a.sd2");
     fs::permissions(dir / "shut", fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read |
                                       fs::perms::others_exec);
     const std::pair<std::string, std::string> cases[] = {
         {"$S convert src/a.sd2", "src/a.sd2  Choked: couldn't use src/_sd2_outputs: it is a symbolic link\n"},
+        {"$S convert --keep-tree src/inner",
+         "src/inner/a.sd2  Choked: couldn't use src/_sd2_outputs: it is a symbolic link\n"},
+        {"$S convert --keep-tree arch", "arch/S/a.sd2  Choked: couldn't use _sd2_outputs/arch: it is a symbolic link\n"},
         {"cd shut && " + S + " convert a.sd2", "a.sd2  Choked: couldn't create _sd2_outputs: Permission denied\n"},
         {"$S convert -o src/_sd2_outputs src/a.sd2", "src/a.sd2  Bounced → a_48kHz_24bit_stereo.wav\n"}};
     for (const auto& [command, out] : cases)

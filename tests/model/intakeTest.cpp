@@ -1,3 +1,4 @@
+#include "core/pipeline/keptTree.hpp"
 #include "model/intake.hpp"
 #include "support/files.hpp"
 #include "support/forks.hpp"
@@ -29,10 +30,43 @@ protected:
 
 } // namespace
 
-TEST_F(Intake, OrdersByNameAsAFileBrowserDoes)
+// The given paths are ordered as if side by side in one folder: loose files by name, a
+// folder's files under its name and then by their path below it, level by level, as a file
+// browser lists them; folders of one name keep the order given.
+TEST_F(Intake, OrdersAsAFileBrowserListsWhatWasGiven)
 {
-    const PathList given{touch("Take 10.sd2"), touch("take 2.SD2"), touch("Take 1.sd2")};
-    EXPECT_EQ(names(collectSd2Paths(given, {}).paths), (Names{"Take 1.sd2", "take 2.SD2", "Take 10.sd2"}));
+    struct Case {
+        std::vector<std::string> files, given;
+        Names expected;
+    };
+    const Case cases[] = {
+        {{"Take 10.sd2", "take 2.SD2", "Take 1.sd2"}, {"Take 10.sd2", "take 2.SD2", "Take 1.sd2"},
+         {"Take 1.sd2", "take 2.SD2", "Take 10.sd2"}},
+        {{"A/PT Session 10/Audio Files/a.sd2", "A/PT Session 2/z.sd2", "A/PT Session 2/Audio Files/Vox 10.sd2",
+          "A/PT Session 2/Audio Files/vox 2.sd2"},
+         {"A"},
+         {"A/PT Session 2/Audio Files/vox 2.sd2", "A/PT Session 2/Audio Files/Vox 10.sd2", "A/PT Session 2/z.sd2",
+          "A/PT Session 10/Audio Files/a.sd2"}},
+        {{"B/x/Set/c.sd2", "B/x/Set/b.sd2", "B/Loose.sd2", "B/y/Set/a.sd2", "B/a.sd2", "B/z/Set 2/a.sd2"},
+         {"B/z/Set 2", "B/x/Set", "B/Loose.sd2", "B/y/Set", "B/a.sd2"},
+         {"B/a.sd2", "B/Loose.sd2", "B/x/Set/b.sd2", "B/x/Set/c.sd2", "B/y/Set/a.sd2", "B/z/Set 2/a.sd2"}},
+    };
+    for (const Case& c : cases) {
+        PathList given;
+        for (const std::string& file : c.files)
+            touch(file);
+        for (const std::string& path : c.given)
+            given.push_back(dir / path);
+        EXPECT_EQ(names(collectSd2Paths(given, {}).paths), c.expected);
+    }
+}
+
+TEST_F(Intake, NamesAGivenFolderHoweverItIsSpelled)
+{
+    for (const char* spelled : {"Session/", "./Session/.", "a/../Session", "Session"})
+        EXPECT_EQ(folderName(spelled), "Session") << spelled;
+    EXPECT_EQ(folderName("."), fs::current_path().filename());
+    EXPECT_EQ(pathBelowRoot("Session/Audio Files/x.sd2", fs::path("Session/")), "Audio Files/x.sd2");
 }
 
 TEST_F(Intake, WalksFoldersDeeplyIncludingHiddenEntries)
@@ -45,9 +79,8 @@ TEST_F(Intake, WalksFoldersDeeplyIncludingHiddenEntries)
     touch("drop/mix.wav");
     touch("drop/folder.sd2/inner/z.sd2"); // a folder named like a file is a candidate too
 
-    // The two x.sd2 keep the order in which the walk met them.
     EXPECT_EQ(names(collectSd2Paths({dir / "drop"}, {}).paths),
-              (Names{"drop/.hidden.sd2", "drop/folder.sd2", "drop/a/x.sd2", "drop/b/x.sd2", "drop/.cache/deep/y.Sd2",
+              (Names{"drop/.cache/deep/y.Sd2", "drop/.hidden.sd2", "drop/a/x.sd2", "drop/b/x.sd2", "drop/folder.sd2",
                      "drop/folder.sd2/inner/z.sd2"}));
 }
 

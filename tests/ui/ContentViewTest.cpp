@@ -433,6 +433,8 @@ private slots:
         settings->setHideVolumeWarning(false);
         show({760, 1200});
         queue({"a.sd2", "gone.sd2"}, true);
+        dir.write("S/b.sd2", test::encode(test::sine(44100, 40, 9000), SourceFormat::s16be));
+        queue({"S"}); // a row with its folder line
         model->setShowAdvanced(true);
         runToSummary();
         QMetaObject::invokeMethod(prop(root(), "stopSheet"), "open");
@@ -576,6 +578,50 @@ private slots:
 
         show();
         QVERIFY(!prop(root(), "warning")->property("visible").toBool());
+    }
+
+    // Two sessions' files of one name: each row says which session, dimmed, with the whole
+    // path on hover; the advanced section's toggle keeps that structure in the output.
+    void rowsFromTwoSessions()
+    {
+        show();
+        const auto tone = test::encode(test::interleave(test::sine(44100, 40, 9000), test::sine(44100, 25, 7000)), SourceFormat::s16be);
+        QStringList paths;
+        for (const char* file : {"A/PT Session 10/Audio Files/Vox_07.sd2", "A/PT Session 2/Audio Files/Vox_07.sd2", "Loose.sd2"})
+            paths << QString::fromStdString(dir.write(file, tone).string());
+        const auto q = queue({"A", "Loose.sd2"});
+        QCOMPARE(q.size(), 3u);
+
+        const std::tuple<QString, QString, QString> shown[] = {{"Vox_07.sd2", "PT Session 2 › Audio Files", paths[1]},
+                                                               {"Vox_07.sd2", "PT Session 10 › Audio Files", paths[0]},
+                                                               {"Loose.sd2", "", ""}};
+        qreal above = -1;
+        for (int i = 0; i < 3; ++i) {
+            QQuickItem* row = matching(root(), [&](QQuickItem* r) { return r->isVisible() && prop(r, "item") == q[i]; }).value(0);
+            QVERIFY(row);
+            QVERIFY(row->mapToScene({0, 0}).y() > above); // in queue order down the list
+            above = row->mapToScene({0, 0}).y();
+            QQuickItem* line = named(row, "folderLine");
+            QVERIFY(visibleTexts(row).contains(std::get<0>(shown[i])));
+            QCOMPARE(line->isVisible(), !std::get<1>(shown[i]).isEmpty());
+            QCOMPARE(line->property("text").toString(), std::get<1>(shown[i]));
+            QCOMPARE(line->property("font"), named(row, "status")->property("font"));
+            if (line->isVisible()) {
+                QTest::mouseMove(window.get(), line->mapToScene(line->boundingRect().center()).toPoint());
+                QTRY_COMPARE(toolTip(window.get()), std::get<2>(shown[i]));
+            }
+        }
+
+        model->setShowAdvanced(true);
+        click(matching(find("keepFolderStructure"), [](QQuickItem* i) { return i->activeFocusOnTab(); }).value(0));
+        QVERIFY(model->keepFolderStructure());
+        model->convertAll();
+        QTRY_VERIFY(!model->isConverting());
+        for (const char* output : {"_sd2_outputs/Loose_48kHz_24bit_stereo.wav",
+                                   "_sd2_outputs/A/PT Session 2/Audio Files/Vox_07_48kHz_24bit_stereo.wav",
+                                   "_sd2_outputs/A/PT Session 10/Audio Files/Vox_07_48kHz_24bit_stereo.wav"})
+            QVERIFY2(std::filesystem::exists(dir / output), output);
+        model->setKeepFolderStructure(false);
     }
 
     void settingsCard()

@@ -33,7 +33,16 @@ public:
     // Writes all of `bytes` at the current offset. False with error() set when it cannot.
     bool writeAll(std::span<const std::uint8_t> bytes);
 
-    // Closes the file and moves it to `target` without replacing anything, even where the
+    // Removes the partial files in `folder` that no one is writing any more: those a process
+    // killed while writing left behind. A writer locks its partial file (flock) from its first
+    // byte, so one being written, by this process or another, is never touched.
+    static void removeAbandoned(const std::filesystem::path& folder);
+
+    // Puts what was written on disk (fsync) and gives its size in bytes; -1 with error() set
+    // when it cannot.
+    std::int64_t syncedSize();
+
+    // Moves the file to `target` and closes it, without replacing anything, even where the
     // file system has no hard links; while the target exists, tries next(target), and
     // gives up ("File exists") when that is empty. Returns the path it landed at, or empty
     // with error() set.

@@ -1,6 +1,7 @@
 // POSIX implementation of PartialFile, and the signal-time removal of the partial files
 // being written.
 #include "core/io/PartialFile.hpp"
+#include "core/io/writeAll.hpp"
 
 #include <atomic>
 #include <cerrno>
@@ -14,6 +15,7 @@
 #include <mutex>
 #include <random>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -187,6 +189,23 @@ int renameWithoutReplacing(const char* from, const char* to, Fallback forced)
     return 0;
 }
 
+bool samePlace(int fd, const char* name)
+{
+    struct stat open {}, named {};
+    return ::fstat(fd, &open) == 0 && ::lstat(name, &named) == 0 && open.st_dev == named.st_dev &&
+           open.st_ino == named.st_ino;
+}
+
+// A partial file is locked (flock) while it is written, so a later run can tell one abandoned
+// by a killed process from one in use. False when a sweep holds it or has already taken its
+// name away; where locks are not supported, sweeps leave every file alone.
+bool lockedInPlace(int fd, const std::string& name)
+{
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0)
+        return errno != EWOULDBLOCK;
+    return samePlace(fd, name.c_str());
+}
+
 } // namespace
 
 void removeLivePartialFiles() noexcept
@@ -209,6 +228,12 @@ PartialFile PartialFile::create(const std::filesystem::path& final)
         const int slot = track(name);
         // The user's umask applies: the output becomes an ordinary file of theirs.
         const int fd = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd >= 0 && !lockedInPlace(fd, name)) {
+            // A sweep for abandoned files took it the moment it appeared; it removes it.
+            ::close(fd);
+            untrack(slot);
+            continue;
+        }
         if (fd >= 0) {
             file.fd_ = fd;
             file.slot_ = slot;
@@ -248,23 +273,44 @@ void PartialFile::closeFd()
     fd_ = -1;
 }
 
+void PartialFile::removeAbandoned(const std::filesystem::path& folder)
+{
+    std::error_code error;
+    for (std::filesystem::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+        const std::string name = it->path().filename().string();
+        const std::size_t suffix = name.rfind(kPartialSuffix);
+        if (suffix == std::string::npos || name.size() != suffix + kPartialSuffix.size() + kRandomChars)
+            continue;
+        const int fd = ::open(it->path().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        if (fd < 0)
+            continue;
+        struct stat info {};
+        if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && ::flock(fd, LOCK_EX | LOCK_NB) == 0 &&
+            samePlace(fd, it->path().c_str()))
+            ::unlink(it->path().c_str());
+        ::close(fd);
+    }
+}
+
+std::int64_t PartialFile::syncedSize()
+{
+    struct stat info {};
+    if (::fsync(fd_) != 0 || ::fstat(fd_, &info) != 0) {
+        error_ = lastError();
+        return -1;
+    }
+    return static_cast<std::int64_t>(info.st_size);
+}
+
 bool PartialFile::writeAll(std::span<const std::uint8_t> bytes)
 {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(fd_, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0) {
-            error_ = written < 0 ? lastError() : std::generic_category().message(EIO);
-            return false;
-        }
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-    }
-    return true;
+    error_ = quorvel::writeAll(fd_, bytes);
+    return error_.empty();
 }
 
 void PartialFile::published()
 {
+    closeFd();
     untrack(std::exchange(slot_, -1));
     path_.clear();
 }
@@ -272,7 +318,8 @@ void PartialFile::published()
 std::filesystem::path PartialFile::publish(
     std::filesystem::path target, const std::function<std::filesystem::path(const std::filesystem::path&)>& next)
 {
-    closeFd();
+    // The file stays open, and locked, until its partial name is gone: a sweep for abandoned
+    // files must never see it unlocked.
     const Fallback forced = forcedFallback();
     for (;;) {
         if (target.empty()) {

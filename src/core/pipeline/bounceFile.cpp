@@ -125,6 +125,18 @@ BounceResult withConversion(BounceResult result, const ConversionResult& convert
     return result;
 }
 
+OutputTarget outputTarget(const std::filesystem::path& to, const BounceResult& result, BounceObserver& observer,
+                          const std::string& note)
+{
+    if (!observer.recordsOutputs())
+        return to;
+    return {to, [&observer, result, to, note](std::int64_t bytes) {
+                BounceResult published = withConversion(result, {true, {}, to});
+                published.status += note;
+                observer.beforePublishing(published, bytes);
+            }};
+}
+
 namespace {
 
 // The steps of bounceFile; `result` is filled as they go, so a failure thrown from any of
@@ -192,8 +204,8 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     const std::filesystem::path to = observer.chooseOutput(settings.outputFolder, sourceBaseName(item.path, source),
                                                            settings.targetRate, settings.depth, result.outputChannels);
     const ConversionResult converted =
-        convertOneNative(data, to, result.format, sourceRate, result.sourceChannels, settings.targetRate,
-                         result.outputChannels, settings.depth, settings.normalize);
+        convertOneNative(data, outputTarget(to, result, observer), result.format, sourceRate, result.sourceChannels,
+                         settings.targetRate, result.outputChannels, settings.depth, settings.normalize);
     return withConversion(std::move(result), converted);
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
+#include "core/pipeline/OutputTarget.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -36,6 +37,8 @@ struct BounceItem {
     std::optional<std::filesystem::path> root = std::nullopt;
 };
 
+struct BounceResult;
+
 // Sees each step of a file's bounce as it happens, on the converting thread.
 class BounceObserver {
 public:
@@ -49,6 +52,11 @@ public:
     // Where the file should go; by default the first free name in the output folder.
     virtual std::filesystem::path chooseOutput(const std::filesystem::path& dir, const std::string& base,
                                                std::int64_t rate, std::int64_t depth, std::int64_t channels);
+    // When true, each output is put on disk before it appears under its final name, and
+    // beforePublishing hears of it then, with the result the bounce will have and the file's
+    // size: a record kept there lists every file that a killed run left under a final name.
+    virtual bool recordsOutputs() const { return false; }
+    virtual void beforePublishing(const BounceResult& /*result*/, std::int64_t /*bytes*/) {}
 };
 
 struct BounceResult {
@@ -83,5 +91,9 @@ BounceResult couldNotRead(BounceResult result, std::string_view reason);
 std::int64_t outputChannelsFor(TargetChannels setting, std::int64_t sourceChannels);
 // `result` finished by the conversion: its output and "Bounced → NAME", or why it choked.
 BounceResult withConversion(BounceResult result, const ConversionResult& converted);
+// Where the conversion writes: `to`, with the observer's record made just before publishing
+// when it keeps one. `result` is the bounce so far, and `note` what its status will add.
+OutputTarget outputTarget(const std::filesystem::path& to, const BounceResult& result, BounceObserver& observer,
+                          const std::string& note = {});
 
 } // namespace quorvel

@@ -80,24 +80,26 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     result.outputChannels = outputChannelsFor(settings.channels, 2);
     observer.printing(printingTitle(settings, result.outputChannels));
 
+    const std::int64_t bps = result.format.bytesPerSample();
+    const std::int64_t frames[2] = {static_cast<std::int64_t>(left.size()) / bps,
+                                    static_cast<std::int64_t>(right.size()) / bps};
+    std::string padding;
+    if (frames[0] != frames[1]) {
+        const int shorter = frames[0] < frames[1] ? 0 : 1;
+        padding = std::string(shorter == 0 ? " · L" : " · R") + " padded with " +
+                  seconds(frames[1 - shorter] - frames[shorter], sourceRate) + " s of silence";
+    }
+
     const auto name = splitStereoName(item.path.filename().string());
     const std::string stem = name ? name->base : item.path.stem().string();
     const std::filesystem::path to =
         observer.chooseOutput(settings.outputFolder, stem, settings.targetRate, settings.depth, result.outputChannels);
     const ConversionResult converted =
-        convertPairInBlocks(left, right, to, result.format, sourceRate, settings.targetRate, result.outputChannels,
-                            settings.depth, settings.normalize);
+        convertPairInBlocks(left, right, outputTarget(to, result, observer, padding), result.format, sourceRate,
+                            settings.targetRate, result.outputChannels, settings.depth, settings.normalize);
     result = withConversion(std::move(result), converted);
-    if (!result.ok)
-        return result;
-    const std::int64_t bps = result.format.bytesPerSample();
-    const std::int64_t frames[2] = {static_cast<std::int64_t>(left.size()) / bps,
-                                    static_cast<std::int64_t>(right.size()) / bps};
-    if (frames[0] != frames[1]) {
-        const int shorter = frames[0] < frames[1] ? 0 : 1;
-        result.status += std::string(shorter == 0 ? " · L" : " · R") + " padded with " +
-                         seconds(frames[1 - shorter] - frames[shorter], sourceRate) + " s of silence";
-    }
+    if (result.ok)
+        result.status += padding;
     return result;
 }
 

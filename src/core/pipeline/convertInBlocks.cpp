@@ -436,7 +436,7 @@ Failed streamBlocks(MappedBlocks& blocks, Sink sink)
         [&](std::int64_t, int slot) { blocks.finish(slot, sink); });
 }
 
-ConversionResult normalisedInBlocks(MappedBlocks& blocks, const std::filesystem::path& to, std::int64_t targetRate,
+ConversionResult normalisedInBlocks(MappedBlocks& blocks, const OutputTarget& to, std::int64_t targetRate,
                                     std::int64_t outChannels, std::int64_t targetDepth)
 {
     // The one full-length copy: the resampled audio in the output's channels.
@@ -476,7 +476,7 @@ ConversionResult normalisedInBlocks(MappedBlocks& blocks, const std::filesystem:
     }
 }
 
-ConversionResult convert(MappedBlocks& blocks, const std::filesystem::path& to, std::int64_t targetRate,
+ConversionResult convert(MappedBlocks& blocks, const OutputTarget& to, std::int64_t targetRate,
                          std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
     // The checks come in the whole-buffer stages' order, so a file fails with the same words.
@@ -504,7 +504,7 @@ ConversionResult convert(MappedBlocks& blocks, const std::filesystem::path& to, 
 
 } // namespace
 
-ConversionResult convertInBlocks(ByteView data, const std::filesystem::path& to, SourceFormat format,
+ConversionResult convertInBlocks(ByteView data, const OutputTarget& to, SourceFormat format,
                                  std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                  std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
@@ -512,7 +512,7 @@ ConversionResult convertInBlocks(ByteView data, const std::filesystem::path& to,
     return convert(blocks, to, targetRate, outChannels, targetDepth, normalizeLoudness);
 }
 
-ConversionResult convertPairInBlocks(ByteView left, ByteView right, const std::filesystem::path& to,
+ConversionResult convertPairInBlocks(ByteView left, ByteView right, const OutputTarget& to,
                                      SourceFormat format, std::int64_t srcRate, std::int64_t targetRate,
                                      std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {

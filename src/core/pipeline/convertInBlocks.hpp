@@ -9,13 +9,13 @@ namespace quorvel {
 // channels on threads of their own. Memory does not grow with the file, except under
 // normalisation, which holds the resampled audio once and streams every pass over it. The
 // bytes written are those of the whole-buffer stages.
-ConversionResult convertInBlocks(ByteView data, const std::filesystem::path& to, SourceFormat format,
+ConversionResult convertInBlocks(ByteView data, const OutputTarget& to, SourceFormat format,
                                  std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                  std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
 
 // The same for a split-stereo pair: its mono halves become the left and right channels, the
 // shorter padded with silence to the longer, exactly as if they had been one stereo file.
-ConversionResult convertPairInBlocks(ByteView left, ByteView right, const std::filesystem::path& to,
+ConversionResult convertPairInBlocks(ByteView left, ByteView right, const OutputTarget& to,
                                      SourceFormat format, std::int64_t srcRate, std::int64_t targetRate,
                                      std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
 

@@ -10,7 +10,7 @@
 
 namespace quorvel {
 
-ConversionResult convertOneNative(ByteView data, const std::filesystem::path& to, SourceFormat format,
+ConversionResult convertOneNative(ByteView data, const OutputTarget& to, SourceFormat format,
                                   std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                   std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
@@ -27,7 +27,7 @@ ConversionResult convertOneNative(ByteView data, const std::filesystem::path& to
                            normalizeLoudness);
 }
 
-ConversionResult convertWholeBuffer(ByteView data, const std::filesystem::path& to, SourceFormat format,
+ConversionResult convertWholeBuffer(ByteView data, const OutputTarget& to, SourceFormat format,
                                     std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                     std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/detection/decodeSample.hpp"
+#include "core/pipeline/OutputTarget.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -16,13 +17,13 @@ struct ConversionResult {
 
 // Decode, resample, map channels, optionally normalise to −14 LUFS / −1 dBTP, write; block
 // by block (convertInBlocks), so memory does not grow with the file.
-ConversionResult convertOneNative(ByteView data, const std::filesystem::path& to, SourceFormat format,
+ConversionResult convertOneNative(ByteView data, const OutputTarget& to, SourceFormat format,
                                   std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                   std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
 
 // The same conversion with every stage over the whole file at once: the reference the
 // block-by-block conversion must match byte for byte. Memory grows with the file.
-ConversionResult convertWholeBuffer(ByteView data, const std::filesystem::path& to, SourceFormat format,
+ConversionResult convertWholeBuffer(ByteView data, const OutputTarget& to, SourceFormat format,
                                     std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                     std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness);
 

@@ -95,7 +95,7 @@ int subformat(std::int64_t depth)
 } // namespace
 
 struct WavWriter::State {
-    std::filesystem::path to;
+    OutputTarget to;
     PartialFile partial;
     std::unique_ptr<SNDFILE, SndfileCloser> file;
     std::int64_t depth;
@@ -103,7 +103,7 @@ struct WavWriter::State {
     std::vector<std::int32_t> quantised;
 };
 
-WavWriter::WavWriter(const std::filesystem::path& to, std::int64_t sampleRate, std::int64_t channels,
+WavWriter::WavWriter(const OutputTarget& to, std::int64_t sampleRate, std::int64_t channels,
                      std::int64_t frames, std::int64_t bitDepth)
 {
     const std::int64_t dataBytes = frames * channels * (bitDepth / 8);
@@ -112,9 +112,9 @@ WavWriter::WavWriter(const std::filesystem::path& to, std::int64_t sampleRate, s
     info.channels = static_cast<int>(channels);
     info.format = (dataBytes > kWavDataLimit ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | subformat(bitDepth);
 
-    PartialFile partial = PartialFile::create(to);
+    PartialFile partial = PartialFile::create(to.path);
     if (partial.fd() < 0)
-        throw WriteError("couldn't create a file in " + to.parent_path().string() + ": " + partial.error());
+        throw WriteError("couldn't create a file in " + to.path.parent_path().string() + ": " + partial.error());
     state_ = std::make_unique<State>(State{to, std::move(partial), nullptr, bitDepth, {}, {}});
     state_->file.reset(sf_open_fd(state_->partial.fd(), SFM_WRITE, &info, SF_FALSE));
     if (!state_->file)
@@ -144,7 +144,7 @@ void WavWriter::write(std::span<const float* const> channels, std::int64_t frame
 
 std::filesystem::path WavWriter::finish(ExistingFile existing)
 {
-    const std::filesystem::path& to = state_->to;
+    const std::filesystem::path& to = state_->to.path;
     // Closing writes the final chunk sizes, which can fail too (a full disk).
     if (sf_close(state_->file.release()) != 0)
         throw WriteError(std::string("couldn't finish the file: ") + sf_strerror(nullptr));
@@ -154,13 +154,24 @@ std::filesystem::path WavWriter::finish(ExistingFile existing)
             throw WriteError("couldn't put the file in place: " + partial.error());
         return to;
     }
+    beforePublishing(partial, state_->to);
     std::filesystem::path written = partial.publish(to, nextOutputCandidate);
     if (written.empty())
         throw WriteError("couldn't put the file in place: " + partial.error());
     return written;
 }
 
-std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::path& to, std::int64_t bitDepth,
+void beforePublishing(PartialFile& partial, const OutputTarget& to)
+{
+    if (!to.beforePublish)
+        return;
+    const std::int64_t bytes = partial.syncedSize();
+    if (bytes < 0)
+        throw WriteError("couldn't put the file on disk: " + partial.error());
+    to.beforePublish(bytes);
+}
+
+std::filesystem::path writeWAV(const PcmBuffer& buffer, const OutputTarget& to, std::int64_t bitDepth,
                                ExistingFile existing)
 {
     WavWriter writer(to, std::llround(buffer.sampleRate()), buffer.channelCount(), buffer.frameLength(), bitDepth);

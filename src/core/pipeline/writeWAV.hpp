@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/pipeline/OutputTarget.hpp"
 #include "core/pipeline/PcmBuffer.hpp"
 
 #include <cstdint>
@@ -9,6 +10,8 @@
 #include <stdexcept>
 
 namespace quorvel {
+
+class PartialFile;
 
 struct WriteError : std::runtime_error {
     using std::runtime_error::runtime_error;
@@ -24,7 +27,7 @@ enum class ExistingFile {
 // when the data would pass 4 GiB. Samples are rounded to nearest and saturated, so audio
 // that came from integers comes back bit-exact. The file appears under its final name only
 // once complete. Returns the path written; throws WriteError.
-std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::path& to, std::int64_t bitDepth,
+std::filesystem::path writeWAV(const PcmBuffer& buffer, const OutputTarget& to, std::int64_t bitDepth,
                                ExistingFile existing = ExistingFile::keep);
 
 // The same file written block by block: the bytes are writeWAV's for the same samples.
@@ -32,7 +35,7 @@ std::filesystem::path writeWAV(const PcmBuffer& buffer, const std::filesystem::p
 // Everything throws WriteError; a writer dropped before finish() leaves no file.
 class WavWriter {
 public:
-    WavWriter(const std::filesystem::path& to, std::int64_t sampleRate, std::int64_t channels, std::int64_t frames,
+    WavWriter(const OutputTarget& to, std::int64_t sampleRate, std::int64_t channels, std::int64_t frames,
               std::int64_t bitDepth);
     ~WavWriter();
     WavWriter(const WavWriter&) = delete;
@@ -47,5 +50,9 @@ private:
     struct State;
     std::unique_ptr<State> state_;
 };
+
+// The complete partial file synced and its size handed to the target's beforePublish, when it
+// has one. Throws WriteError.
+void beforePublishing(PartialFile& partial, const OutputTarget& to);
 
 } // namespace quorvel

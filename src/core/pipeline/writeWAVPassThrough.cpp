@@ -21,7 +21,7 @@ struct SndfileCloser {
 } // namespace
 
 std::filesystem::path writeWAVPassThrough(ByteView s32be, std::int64_t rate, std::int64_t channels,
-                                          const std::filesystem::path& to)
+                                          const OutputTarget& to)
 {
     const std::int64_t frameBytes = 4 * channels;
     const std::int64_t frames = static_cast<std::int64_t>(s32be.size()) / frameBytes;
@@ -30,9 +30,9 @@ std::filesystem::path writeWAVPassThrough(ByteView s32be, std::int64_t rate, std
     info.channels = static_cast<int>(channels);
     info.format = (frames * frameBytes > kWavDataLimit ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | SF_FORMAT_PCM_32;
 
-    PartialFile partial = PartialFile::create(to);
+    PartialFile partial = PartialFile::create(to.path);
     if (partial.fd() < 0)
-        throw WriteError("couldn't create a file in " + to.parent_path().string() + ": " + partial.error());
+        throw WriteError("couldn't create a file in " + to.path.parent_path().string() + ": " + partial.error());
     {
         std::unique_ptr<SNDFILE, SndfileCloser> file(sf_open_fd(partial.fd(), SFM_WRITE, &info, SF_FALSE));
         if (!file)
@@ -52,7 +52,8 @@ std::filesystem::path writeWAVPassThrough(ByteView s32be, std::int64_t rate, std
         if (sf_close(file.release()) != 0)
             throw WriteError(std::string("couldn't finish the file: ") + sf_strerror(nullptr));
     }
-    std::filesystem::path written = partial.publish(to, nextOutputCandidate);
+    beforePublishing(partial, to);
+    std::filesystem::path written = partial.publish(to.path, nextOutputCandidate);
     if (written.empty())
         throw WriteError("couldn't put the file in place: " + partial.error());
     return written;

@@ -13,6 +13,6 @@ namespace quorvel {
 // float buffer. A trailing partial frame is dropped. Same naming and publishing as
 // writeWAV; returns the path written; throws WriteError.
 std::filesystem::path writeWAVPassThrough(ByteView s32be, std::int64_t rate, std::int64_t channels,
-                                          const std::filesystem::path& to);
+                                          const OutputTarget& to);
 
 } // namespace quorvel

@@ -1,0 +1,190 @@
+// sd2wav over whole archives: the kept folder structure, shards that split the work, and
+// runs that resume after being killed.
+#include "support/files.hpp"
+#include "support/process.hpp"
+#include "support/signals.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <random>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include <sys/wait.h>
+
+using namespace quorvel;
+namespace fs = std::filesystem;
+
+namespace {
+
+using test::Outcome;
+
+class Archive : public ::testing::Test {
+protected:
+    Outcome run(const std::vector<std::string>& args) const { return test::runSd2wav(dir.path(), args); }
+    void take(const std::string& name, int seconds = 1) const
+    {
+        dir.write(name, test::encode(test::interleave(test::sine(44100 * seconds, 40, 9000),
+                                                      test::sine(44100 * seconds, 25, 7000)),
+                                     SourceFormat::s16be));
+    }
+    void noise(const std::string& name) const
+    {
+        std::mt19937 random(7);
+        std::vector<std::uint8_t> bytes(100000);
+        for (auto& b : bytes)
+            b = static_cast<std::uint8_t>(random());
+        dir.write(name, bytes);
+    }
+    // Every file and folder below `folder`, relative to it; folders end in "/".
+    std::set<std::string> tree(const fs::path& folder) const
+    {
+        std::set<std::string> entries;
+        for (const auto& entry : fs::recursive_directory_iterator(dir / folder))
+            entries.insert(entry.path().lexically_relative(dir / folder).string() + (entry.is_directory() ? "/" : ""));
+        return entries;
+    }
+
+    test::ScratchDir dir;
+};
+
+} // namespace
+
+// Each given folder keeps its structure under its own name, two of one name included; a file
+// given by itself lands at the top; a file that fails leaves no folder behind.
+TEST_F(Archive, KeepsTheTreeOfEachGivenFolder)
+{
+    take("A/PT Session 2/Audio Files/Vox_07.sd2");
+    take("A/PT Session 10/Audio Files/Vox_07.sd2");
+    take("A/PT Session 10/Bounced Files/Mix.sd2");
+    noise("A/PT Session 10/Fades/noise.sd2");
+    take("B/PT Session 2/Audio Files/Vox_07.sd2");
+    take("A/loose.sd2");
+
+    const Outcome r = run({"convert", "--keep-tree", "A/PT Session 2", "B/PT Session 2", "A/PT Session 10", "A/loose.sd2"});
+    EXPECT_EQ(r.exitCode, 1) << "the noise fails";
+    std::vector<std::string> order;
+    std::istringstream lines(r.out);
+    for (std::string line; std::getline(lines, line);)
+        order.push_back(line.substr(0, line.find(".sd2") + 4));
+    EXPECT_EQ(order, (std::vector<std::string>{"A/loose.sd2", "A/PT Session 2/Audio Files/Vox_07.sd2",
+                                               "B/PT Session 2/Audio Files/Vox_07.sd2",
+                                               "A/PT Session 10/Audio Files/Vox_07.sd2",
+                                               "A/PT Session 10/Bounced Files/Mix.sd2", "A/PT Session 10/Fades/noise.sd2"}));
+    const std::string wav = "_48kHz_24bit_stereo.wav";
+    EXPECT_EQ(tree("A/_sd2_outputs"),
+              (std::set<std::string>{"loose" + wav, "PT Session 2/", "PT Session 2/Audio Files/",
+                                     "PT Session 2/Audio Files/Vox_07" + wav, "PT Session 2 (2)/",
+                                     "PT Session 2 (2)/Audio Files/", "PT Session 2 (2)/Audio Files/Vox_07" + wav,
+                                     "PT Session 10/", "PT Session 10/Audio Files/",
+                                     "PT Session 10/Audio Files/Vox_07" + wav, "PT Session 10/Bounced Files/",
+                                     "PT Session 10/Bounced Files/Mix" + wav}));
+}
+
+// Every machine computes the same split wherever the archive is mounted, and the parts
+// together are the whole, each file once.
+TEST_F(Archive, ShardsSplitTheArchiveExactlyOnce)
+{
+    for (const char* session : {"S 1", "S 2", "S 3"})
+        for (const char* name : {"a", "b", "c", "d"})
+            take(std::string("mnt/one/ARCH/") + session + "/" + name + ".sd2");
+    take("mnt/one/loose.sd2");
+    fs::create_directories(dir / "mnt/two/deeper");
+    fs::copy(dir / "mnt/one", dir / "mnt/two/deeper", fs::copy_options::recursive);
+
+    ASSERT_EQ(run({"convert", "--keep-tree", "-o", "whole", "mnt/one/ARCH", "mnt/one/loose.sd2"}).exitCode, 0);
+    std::multiset<std::string> whole;
+    for (const std::string& entry : tree("whole"))
+        if (!entry.ends_with('/'))
+            whole.insert(entry);
+    for (const int n : {1, 2, 3, 7}) {
+        std::multiset<std::string> together;
+        for (int k = 1; k <= n; ++k) {
+            const std::string shard = std::to_string(k) + "/" + std::to_string(n);
+            std::set<std::string> written[2];
+            for (int m = 0; m < 2; ++m) {
+                const std::string mount = m == 0 ? "mnt/one/" : "mnt/two/deeper/";
+                const std::string to = "parts/" + shard + "/" + std::to_string(m);
+                const Outcome r = run({"convert", "--keep-tree", "--shard", shard, "-o", to, mount + "ARCH", mount + "loose.sd2"});
+                EXPECT_EQ(r.exitCode, 0) << shard << r.err;
+                if (fs::exists(dir / to))
+                    written[m] = tree(to);
+            }
+            EXPECT_EQ(written[0], written[1]) << "shard " << shard << " differs between mount points";
+            for (const std::string& entry : written[0])
+                if (!entry.ends_with('/'))
+                    together.insert(entry);
+        }
+        EXPECT_EQ(together, whole) << n << " parts";
+    }
+
+    for (const char* bad : {"0/3", "4/3", "3", "1/0", "a/2", "1/2x", "-1/2", "1/"})
+        EXPECT_EQ(run({"convert", "--shard", bad, "mnt"}).exitCode, 2) << bad;
+}
+
+// A run killed at random points, then run again with its report until it finishes, ends with
+// the files of a run never interrupted: no " (2)", no partial file. Run once more, it writes
+// nothing.
+TEST_F(Archive, KilledRunsResumeToTheSameFiles)
+{
+    for (const char* session : {"Session 1", "Session 2", "Session 10"})
+        for (const char* name : {"Kick", "Snare", "Vox", "Caf\x8e"}) // the last is not UTF-8 (MacRoman)
+            take(std::string("ARCH/") + session + "/" + name + ".sd2", 2);
+    const std::vector<std::string> convert{"convert", "--keep-tree", "-j", "3", "--rate", "96000", "--report"};
+    const auto args = [&](const std::string& report, const std::string& out) {
+        std::vector<std::string> all = convert;
+        all.insert(all.end(), {report, "-o", out, "ARCH"});
+        return all;
+    };
+
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_EQ(run(args("whole.jsonl", "whole")).exitCode, 0);
+    const auto uninterrupted = std::chrono::steady_clock::now() - started;
+
+    const unsigned seed = std::random_device{}();
+    std::mt19937 random(seed);
+    const auto half = std::chrono::duration_cast<std::chrono::microseconds>(uninterrupted) / 2;
+    std::uniform_int_distribution<std::int64_t> at(0, half.count());
+    int status = 0, kills = 0;
+    for (int attempt = 0; attempt < 40; ++attempt) {
+        const pid_t pid = test::startSd2wav(dir.path(), args("resumed.jsonl", "resumed"));
+        std::this_thread::sleep_for(std::chrono::microseconds(at(random)));
+        ::kill(pid, SIGKILL);
+        ::waitpid(pid, &status, 0);
+        if (WIFEXITED(status))
+            break;
+        ++kills;
+    }
+    // A crash can also leave a line cut short.
+    std::ofstream(dir / "resumed.jsonl", std::ios::app) << "{\"path\":\"ARCH/Session 1/Kick.sd2\",\"ok\":tr";
+    const Outcome finish = run(args("resumed.jsonl", "resumed"));
+    EXPECT_EQ(finish.exitCode, 0) << finish.err << "seed " << seed;
+    EXPECT_GT(kills, 0) << "no run was interrupted";
+    EXPECT_EQ(tree("resumed"), tree("whole")) << "seed " << seed;
+
+    const std::string report = test::slurp(dir / "resumed.jsonl");
+    const Outcome again = run(args("resumed.jsonl", "resumed"));
+    EXPECT_EQ(again.exitCode, 0);
+    EXPECT_EQ(again.err, "sd2wav: skipped 12 files that resumed.jsonl lists as converted\n");
+    EXPECT_EQ(again.out, "");
+    EXPECT_EQ(test::slurp(dir / "resumed.jsonl"), report);
+    EXPECT_EQ(tree("resumed"), tree("whole"));
+
+    // A source that changed since, or other settings, and the file is converted again.
+    fs::last_write_time(dir / "ARCH/Session 2/Vox.sd2", fs::file_time_type::clock::now());
+    EXPECT_EQ(run(args("resumed.jsonl", "resumed")).err, "sd2wav: skipped 11 files that resumed.jsonl lists as converted\n");
+    std::vector<std::string> depth16 = args("resumed.jsonl", "resumed");
+    depth16.insert(depth16.begin() + 1, {"--depth", "16"});
+    EXPECT_EQ(run(depth16).err, "");
+
+    // A report that cannot be read or made stops the run before it writes anything.
+    for (const char* report : {"ARCH", "missing/report.jsonl"}) {
+        const Outcome r = run(args(report, "never"));
+        EXPECT_EQ(r.exitCode, 1) << report;
+        EXPECT_TRUE(r.err.starts_with("sd2wav: couldn't ")) << r.err;
+        EXPECT_FALSE(fs::exists(dir / "never")) << report;
+    }
+}
