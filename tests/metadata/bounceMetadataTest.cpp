@@ -61,7 +61,8 @@ protected:
 // At their own rate (never the 44.1 kHz setting), depth and layout, sample for sample; a
 // trailing partial frame is dropped. The 8-bit stereo take's unrelated channels read as
 // noise interleaved, and its frames as smooth 16-bit samples: the fork stands, judged
-// channel by channel. So does it over a take brought down 78 dB, as rough as noise.
+// channel by channel. So does it over a take brought down 78 dB, as rough as noise, and over
+// loud white noise, which reads as noise in every encoding and is valid audio all the same.
 TEST_F(BounceMetadata, ConvertsExactlyAsItsOwnMetadataDescribesIt)
 {
     auto left = test::sine(20000, 70, 2147483000.0), right = test::sine(20000, 90, 2147483000.0);
@@ -77,6 +78,8 @@ TEST_F(BounceMetadata, ConvertsExactlyAsItsOwnMetadataDescribesIt)
         {1, 2, 22050, test::interleave(test::sine(66150, 50.1, 64), test::sine(66150, 17.64, 64))},
         {3, 2, 48000, test::interleave(test::sine(48000, 80, 3e6), test::sine(48000, 120, 3e6))},
         {3, 1, 48000, test::noise(30000, 1055)},
+        {3, 1, 48000, test::noise(30000, 4000000)},
+        {2, 2, 44100, test::noise(30000, 30000)},
         {4, 2, 96000, test::interleave(left, right)},
     };
     for (const Case& c : cases) {
@@ -163,4 +166,8 @@ TEST_F(BounceMetadata, PairHalvesUseTheirOwnMetadata)
     EXPECT_FALSE(mixed.ok);
     EXPECT_EQ(mixed.status, "L and R read differently — L 24-bit BE mono 48 kHz, R 24-bit BE mono 44.1 kHz; "
                             "split them to bounce each at its own rate");
+    // A half of loud noise under its fork is valid audio too.
+    dir.write("._Pad.R.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
+    dir.write("Pad.R.sd2", test::encode(test::noise(4800, 8000000), SourceFormat::s24be));
+    EXPECT_TRUE(bounceFile(pair, settings, lines).ok);
 }

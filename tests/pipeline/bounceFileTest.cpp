@@ -77,7 +77,8 @@ TEST_F(BounceFile, ConvertsAndReportsEachStep)
 
 // The encoding in use stands unless it reads as static, stereo judged channel by channel
 // (wide stereo's neighbours belong to unrelated channels and score low even in the right
-// encoding); then another encoding is taken if one reads clearly, judged the same way.
+// encoding); then another encoding is taken if one reads clearly, judged the same way. Noise
+// in the encoding its session settled converts as read; under a fixed choice it is refused.
 TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
 {
     std::mt19937 random(5);
@@ -95,6 +96,7 @@ TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
         std::int64_t channels;
         std::optional<SourceFormat> converted; // none: refused as static, for `reason`
         std::string reason;
+        bool session = false;
     };
     const auto automatic = SourceFormatChoice::automatic();
     const Case cases[] = {
@@ -105,9 +107,11 @@ TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
         {"wide.sd2", automatic, SourceFormat::s16be, 1, std::nullopt, "the data reads as noise in 16-bit BE" + noEncoding},
         {"hiss.sd2", SourceFormatChoice::fixed(SourceFormat::s24le), SourceFormat::s16be, 2, std::nullopt,
          "the data reads as noise in 24-bit LE" + noEncoding},
+        {"hiss.sd2", SourceFormatChoice::fixed(SourceFormat::s16be), SourceFormat::s24le, 2, SourceFormat::s16be, "", true},
     };
     for (const Case& c : cases) {
         settings.sourceFormat = c.choice;
+        settings.sessionFormat = c.session;
         recorder.steps.clear();
         const BounceResult r = bounceFile(itemFor(dir / c.file, c.inUse, c.channels), settings, recorder);
         const std::string label = std::string(c.file) + " as " + std::string(c.choice.fixedFormat().value_or(c.inUse).rawValue());
@@ -131,7 +135,7 @@ TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
         const auto frames = static_cast<sf_count_t>(fs::file_size(dir / c.file)) / 2 / c.channels;
         EXPECT_EQ(framesIn(r.output), frames * 48000 / 44100) << label;
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(settings.outputFolder), {}), 4) << "nothing written for static data";
+    EXPECT_EQ(std::distance(fs::directory_iterator(settings.outputFolder), {}), 5) << "nothing written for static data";
 }
 
 // Quiet is not static: a take brought down 60 to 90 dB is dither and a whisper of signal,

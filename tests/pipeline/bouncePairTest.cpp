@@ -111,6 +111,9 @@ TEST_F(BouncePair, RefusesHalvesThatReadDifferentlyUnlessTheFormatIsFixed)
     const BounceResult fixed = bounce(left, right);
     EXPECT_EQ(fixed.status, "Reads as static — try another source format in Advanced");
     EXPECT_EQ(fixed.reason, "the R half reads as noise in 16-bit BE");
+    settings.sessionFormat = true; // the pair's session settled it: converted as read
+    EXPECT_TRUE(bounce(left, right).ok);
+    settings.sessionFormat = false;
 
     // A half that fades to −70 dBFS is judged by its other half, and is no noise.
     settings.sourceFormat = SourceFormatChoice::automatic();

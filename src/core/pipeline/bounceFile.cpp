@@ -183,12 +183,14 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
         result.autoCorrected = true;
         observer.corrected(check.format);
     }
-    if (check.readsAsStatic && !silent) {
-        const std::string tried = "the data reads as noise in " + std::string(result.format.shortText());
+    // Noise is valid audio too (white noise, a noise-like effect): a reading that is merely
+    // noisy is no evidence against an encoding the file's own metadata or its session gives.
+    const bool tooShort = data.size() < kShortestAudio;
+    if (check.readsAsStatic && !silent && (tooShort || !(described || settings.sessionFormat))) {
         result.status = kReadsAsStatic;
-        result.reason = data.size() < kShortestAudio ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
-                        : described ? tried + ", the encoding the file's own metadata gives"
-                                    : tried + ", and no other encoding reads clearly as audio";
+        result.reason = tooShort ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
+                                 : "the data reads as noise in " + std::string(result.format.shortText()) +
+                                       ", and no other encoding reads clearly as audio";
         return result;
     }
 

@@ -65,7 +65,10 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
         result.reason = "the halves of the pair read differently";
         return result;
     }
-    for (int c = 0; c < 2; ++c) {
+    // As for a file, a half's fork or the pair's session outweighs a reading that is merely noisy.
+    const bool evidenced = settings.sessionFormat || (settings.sourceFormat.isAuto() &&
+                                                      (halves[0]->source.description || halves[1]->source.description));
+    for (int c = 0; c < 2 && !evidenced; ++c) {
         if (noise[c]) {
             result.status = kReadsAsStatic;
             result.reason = std::string(c == 0 ? "the L" : "the R") + " half reads as noise in " +

@@ -12,8 +12,10 @@ inline BounceSettings withSession(BounceSettings settings, const SessionAnswer& 
 {
     if (session.rate)
         settings.sourceRate = *session.rate;
-    if (session.format)
+    if (session.format) {
         settings.sourceFormat = SourceFormatChoice::fixed(*session.format);
+        settings.sessionFormat = true;
+    }
     return settings;
 }
 

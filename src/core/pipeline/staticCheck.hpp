@@ -26,7 +26,7 @@ bool readsAsStatic(ByteView data, SourceFormat format, std::int64_t channels);
 struct EncodingCheck {
     SourceFormat format;        // the encoding to convert in
     bool corrected = false;     // `format` replaced an encoding in use that read as static
-    bool readsAsStatic = false; // no encoding reads as audio: refuse, unless it is silence
+    bool readsAsStatic = false; // no encoding reads as audio: refused, unless silence or evidence
 };
 
 // The encoding in use stands unless it reads as static (stereo channel by channel). Then a
