@@ -3,9 +3,9 @@
 #include "support/files.hpp"
 #include "support/printers.hpp"
 #include "support/signals.hpp"
+#include "support/wav.hpp"
 
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 #include <atomic>
 #include <functional>
@@ -43,14 +43,7 @@ std::vector<std::int32_t> wideStereo(double scale)
     return test::interleave(test::sine(60000, 37, scale), right);
 }
 
-sf_count_t framesIn(const fs::path& path)
-{
-    SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (file)
-        sf_close(file);
-    return file ? info.frames : -1;
-}
+sf_count_t framesIn(const fs::path& path) { return test::readWav(path).info.frames; }
 
 class BounceFile : public ::testing::Test {
 protected:
@@ -64,7 +57,7 @@ protected:
 
 TEST_F(BounceFile, ConvertsAndReportsEachStep)
 {
-    const auto path = dir.write("Kick 01.sd2", test::encode(test::interleave(test::sine(44100, 40, 9000), test::sine(44100, 25, 7000)), SourceFormat::s16be));
+    const auto path = dir.write("Kick 01.sd2", test::stereoTake());
     settings.normalize = true;
     settings.channels = TargetChannels::mono;
     settings.sourceRate = 48000;
@@ -81,11 +74,7 @@ TEST_F(BounceFile, ConvertsAndReportsEachStep)
 // in the encoding its session settled converts as read; under a fixed choice it is refused.
 TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
 {
-    std::mt19937 random(5);
-    std::vector<std::uint8_t> noise(200000);
-    for (auto& b : noise)
-        b = static_cast<std::uint8_t>(random());
-    dir.write("hiss.sd2", noise);
+    dir.write("hiss.sd2", test::randomBytes(200000, 5));
     dir.write("tone.sd2", test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be));
     dir.write("wide.sd2", test::encode(wideStereo(6000), SourceFormat::s16be));
     const std::string noEncoding = ", and no other encoding reads clearly as audio";
@@ -226,13 +215,7 @@ TEST_F(BounceFile, SilenceConvertsToSilence)
     ASSERT_TRUE(r.ok) << r.status << " " << r.reason;
     EXPECT_FALSE(r.autoCorrected);
     EXPECT_EQ(r.format, SourceFormat::s24le);
-    SF_INFO info{};
-    SNDFILE* wav = sf_open(r.output.c_str(), SFM_READ, &info);
-    ASSERT_TRUE(wav);
-    std::vector<int> samples(static_cast<std::size_t>(info.frames * info.channels));
-    EXPECT_EQ(sf_read_int(wav, samples.data(), std::ssize(samples)), 20000 * 2);
-    sf_close(wav);
-    EXPECT_EQ(std::count(samples.begin(), samples.end(), 0), std::ssize(samples));
+    EXPECT_EQ(test::readWav(r.output).samples, std::vector<std::int32_t>(20000 * 2, 0));
 
     // Dithered silence too, in any encoding.
     settings.sourceFormat = SourceFormatChoice::fixed(SourceFormat::s16le);

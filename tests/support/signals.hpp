@@ -68,4 +68,30 @@ inline std::vector<std::uint8_t> encode(const std::vector<std::int32_t>& samples
     return bytes;
 }
 
+// Two sines (periods 40 and 25) for `seconds` at 44.1 kHz: a take any reading calls stereo.
+inline std::vector<std::uint8_t> stereoTake(SourceFormat format = SourceFormat::s16be, int seconds = 1)
+{
+    const bool wide = format.bytesPerSample() == 3;
+    return encode(interleave(sine(44100 * seconds, 40, wide ? 2000000 : 9000), sine(44100 * seconds, 25, wide ? 1500000 : 7000)),
+                  format);
+}
+
+// Bytes that read as static in every encoding.
+inline std::vector<std::uint8_t> randomBytes(std::size_t count, unsigned seed)
+{
+    std::mt19937 random(seed);
+    std::vector<std::uint8_t> bytes(count);
+    for (auto& b : bytes)
+        b = static_cast<std::uint8_t>(random());
+    return bytes;
+}
+
+// Integer samples of `bits` as a WAV reader hands them back, left-aligned in 32 bits.
+inline std::vector<std::int32_t> leftAligned(std::vector<std::int32_t> samples, int bits)
+{
+    for (auto& v : samples)
+        v = static_cast<std::int32_t>(static_cast<std::uint32_t>(v) << (32 - bits));
+    return samples;
+}
+
 } // namespace quorvel::test
