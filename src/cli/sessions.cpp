@@ -108,7 +108,9 @@ std::string_view answerFrom(const QueuedSource& source, const SessionDetection& 
         metadata = pair->rate.has_value();
     else
         return {};
-    return source.sniffed ? "content" : detected.session.any() ? "session" : metadata && autoChoice ? "metadata" : "detection";
+    if (source.sniffed)
+        return "content";
+    return detected.session.any() ? "session" : metadata && autoChoice ? "metadata" : "detection";
 }
 
 } // namespace quorvel::cli

@@ -24,7 +24,10 @@ using test::Outcome;
 class Archive : public ::testing::Test {
 protected:
     Outcome run(const std::vector<std::string>& args) const { return test::runSd2wav(dir.path(), args); }
-    void take(const std::string& name, int seconds = 1) const { dir.write(name, test::stereoTake(SourceFormat::s16be, seconds)); }
+    void take(const std::string& name, int seconds = 1) const
+    {
+        dir.write(name, test::stereoTake(SourceFormat::s16be, seconds));
+    }
     std::set<std::string> tree(const fs::path& folder) const { return test::tree(dir / folder); }
 
     test::ScratchDir dir;

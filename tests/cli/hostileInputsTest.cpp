@@ -366,7 +366,8 @@ TEST_F(Hostile, SidecarsAboveTheGivenFolderAreNotTheUsers)
                         .ends_with(frames == 96000 ? "16-bit BE (file info) · Stereo · 22.1 kHz" : "(auto) · Stereo · confident"))
             << given << ": " << detect.out;
         ASSERT_EQ(sh("$S convert -o " + out.string() + " " + given).exitCode, 0) << given;
-        EXPECT_EQ(test::readWav(out / "take_48kHz_24bit_stereo.wav").info.frames, frames) << given << ": the rate the app would use too";
+        EXPECT_EQ(test::readWav(out / "take_48kHz_24bit_stereo.wav").info.frames, frames)
+            << given << ": the rate the app would use too";
     }
 }
 

@@ -303,7 +303,8 @@ TEST_F(Sd2wav, ASessionSettlesItsUnsureFilesBeforeAnythingIsPrinted)
     // Split in shards, each file still hears its whole folder: the fork's file is converted
     // by another shard than the quiet one.
     for (const char* shard : {"1/3", "2/3", "3/3"}) {
-        const Outcome part = run({"convert", "--json", "--shard", shard, "--channels", "preserve", "-o", (dir / "wav").string(), folder});
+        const Outcome part =
+            run({"convert", "--json", "--shard", shard, "--channels", "preserve", "-o", (dir / "wav").string(), folder});
         ASSERT_EQ(part.exitCode, 0) << part.out;
         if (part.out.find("quiet.sd2") == std::string::npos)
             continue;
