@@ -8,7 +8,8 @@
 #   RUNS=5 MINUTES="10" bench/convert_compare.sh
 #
 # Each tool runs RUNS times and the run with the median wall time is shown; ffmpeg's
-# two-pass loudnorm is slow (about a minute per 10 minutes of audio) and runs once.
+# two-pass loudnorm is slow (about 20 s per 10 minutes of audio) and runs once. A summary
+# puts the lengths side by side against the targets.
 # Timings are only comparable on an otherwise idle machine: the load average is printed
 # before and after; rerun if it was high.
 #
@@ -89,6 +90,7 @@ export sd2wav work
 
 ratio() { echo "$1 / $2" | bc -l | xargs printf "%.2f"; }
 mb() { echo "$1 / 1024" | bc -l | xargs printf "%.1f"; }
+summary=()
 
 for minutes in $minutes_list; do
   input="$work/session.sd2"
@@ -114,14 +116,19 @@ for minutes in $minutes_list; do
     printf "%-28s %8.2f %7.2f %9s\n" "$label" "$w" "$c" "$(mb "$m")"
   done
 
-  float_mb=$(echo "$minutes * 60 * 48000 * 2 * 4 / 1048576" | bc -l)
-  echo "plain vs ffmpeg-soxr:          wall $(ratio "${wall[sd2wav]}" "${wall[ffmpeg-soxr]}")×  cpu $(ratio "${cpu[sd2wav]}" "${cpu[ffmpeg-soxr]}")×  (target: wall ≤ 0.6)"
+  plain_ratio=$(ratio "${wall[sd2wav]}" "${wall[ffmpeg-soxr]}")
+  normalised_ratio=$(ratio "${wall[sd2wav-normalize]}" "${wall[loudnorm-2pass]}")
+  echo "plain vs ffmpeg-soxr:          wall ${plain_ratio}×  cpu $(ratio "${cpu[sd2wav]}" "${cpu[ffmpeg-soxr]}")×  (target: wall ≤ 0.6)"
   echo "plain vs sox rate -v:          wall $(ratio "${wall[sd2wav]}" "${wall[sox]}")×  cpu $(ratio "${cpu[sd2wav]}" "${cpu[sox]}")×"
-  echo "normalised vs 2-pass loudnorm: wall $(ratio "${wall[sd2wav-normalize]}" "${wall[loudnorm-2pass]}")×  cpu $(ratio "${cpu[sd2wav-normalize]}" "${cpu[loudnorm-2pass]}")×"
-  echo "peak memory: plain $(mb "${mem[sd2wav]}") MB (target < 64, whatever the length);" \
-    "normalised $(ratio "$(mb "${mem[sd2wav-normalize]}")" "$float_mb")× the output's float size of $(printf %.0f "$float_mb") MB" \
-    "(it holds that one copy)"
+  echo "normalised vs 2-pass loudnorm: wall ${normalised_ratio}×  cpu $(ratio "${cpu[sd2wav-normalize]}" "${cpu[loudnorm-2pass]}")×  (target: wall ≤ 0.15)"
+  echo "peak memory: plain $(mb "${mem[sd2wav]}") MB, normalised $(mb "${mem[sd2wav-normalize]}") MB (target: < 64 for both, whatever the length)"
+  summary+=("$(printf "%7s %10s %15s %20s %20s" "$minutes" "$(mb "${mem[sd2wav]}")" "$(mb "${mem[sd2wav-normalize]}")" \
+    "${plain_ratio}×" "${normalised_ratio}×")")
   rm -f "$input"
 done
+echo
+echo "summary: peak MB, and wall time against ffmpeg (targets: < 64 MB; plain ≤ 0.6×, normalised ≤ 0.15×)"
+printf "%7s %10s %15s %20s %20s\n" minutes "plain MB" "normalised MB" "plain/ffmpeg-soxr" "normalised/loudnorm"
+printf "%s\n" "${summary[@]}"
 echo
 echo "load average after: $(cut -d' ' -f1-3 /proc/loadavg)"

@@ -183,31 +183,55 @@ TEST_F(Hostile, ConvertsAudioLargerThanItsMemoryLimit)
             out.write(reinterpret_cast<const char*>(cycle.data()),
                       static_cast<std::streamsize>(std::min<std::int64_t>(100, frames - at) * 2));
     }
-    const Result r = sh("ulimit -v " + std::to_string(limitKiB) +
-                        " && $S convert -j 1 --mono --channels preserve --rate 48000 --depth 16 -o out long.sd2");
-    ASSERT_EQ(r.exitCode, 0) << r.out;
+    // Plain, then normalised: a tone is left unlimited, at the level where a sine reads
+    // −14 LUFS (BS.1770: −0.691 + 10 log10 of its mean square, half its amplitude squared).
+    const struct {
+        std::string options;
+        double level; // the output's amplitude in 16-bit steps
+    } rows[] = {{"", amplitude}, {"--normalize ", 32768.0 * std::sqrt(2.0 * std::pow(10.0, (-14.0 + 0.691) / 10.0))}};
+    for (const auto& row : rows) {
+        fs::remove_all(dir / "out");
+        const Result r = sh("ulimit -v " + std::to_string(limitKiB) + " && $S convert -j 1 " + row.options +
+                            "--mono --channels preserve --rate 48000 --depth 16 -o out long.sd2");
+        ASSERT_EQ(r.exitCode, 0) << row.options << r.out;
 
-    // Every frame is there, and each is the tone at the new rate to within the rounding.
-    SF_INFO info{};
-    SNDFILE* file = sf_open((dir / "out" / "long_48kHz_16bit_mono.wav").c_str(), SFM_READ, &info);
-    ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
-    EXPECT_EQ(info.frames, frames * 48000 / 44100);
-    EXPECT_EQ(info.samplerate, 48000);
-    EXPECT_EQ(info.channels, 1);
-    std::vector<short> block(1 << 16);
-    double worst = 0;
-    sf_count_t at = 0;
-    for (sf_count_t got; (got = sf_readf_short(file, block.data(), static_cast<sf_count_t>(block.size()))) > 0; at += got)
-        for (sf_count_t i = 0; i < got; ++i) {
-            if (at + i < 1000 || at + i >= info.frames - 1000)
-                continue; // the filter's edges
-            const double t = static_cast<double>(at + i) * 44100.0 / 48000.0;
-            const double ideal = amplitude * std::sin(2 * std::numbers::pi * t / period);
-            worst = std::max(worst, std::abs(block[static_cast<std::size_t>(i)] - ideal));
+        // Every frame is there, and each is the tone at the new rate, scaled as a whole,
+        // to within the rounding.
+        SF_INFO info{};
+        SNDFILE* file = sf_open((dir / "out" / "long_48kHz_16bit_mono.wav").c_str(), SFM_READ, &info);
+        ASSERT_NE(file, nullptr) << sf_strerror(nullptr);
+        EXPECT_EQ(info.frames, frames * 48000 / 44100);
+        EXPECT_EQ(info.samplerate, 48000);
+        EXPECT_EQ(info.channels, 1);
+        // Twice through the file: the least-squares scale of the tone, then each frame against it.
+        double scale = 0, product = 0, power = 0, worst = 0;
+        sf_count_t at = 0;
+        for (const bool fitting : {true, false}) {
+            sf_seek(file, 0, SEEK_SET);
+            std::vector<short> block(1 << 16);
+            at = 0;
+            for (sf_count_t got; (got = sf_readf_short(file, block.data(), static_cast<sf_count_t>(block.size()))) > 0;
+                 at += got)
+                for (sf_count_t i = 0; i < got; ++i) {
+                    if (at + i < 1000 || at + i >= info.frames - 1000)
+                        continue; // the filter's edges
+                    const double t = static_cast<double>(at + i) * 44100.0 / 48000.0;
+                    const double ideal = amplitude * std::sin(2 * std::numbers::pi * t / period);
+                    const double sample = block[static_cast<std::size_t>(i)];
+                    if (fitting) {
+                        product += sample * ideal;
+                        power += ideal * ideal;
+                    } else {
+                        worst = std::max(worst, std::abs(sample - scale * ideal));
+                    }
+                }
+            scale = product / power;
         }
-    sf_close(file);
-    EXPECT_EQ(at, info.frames);
-    EXPECT_LT(worst, 2.0) << "largest difference from the ideal tone, in 16-bit steps";
+        sf_close(file);
+        EXPECT_EQ(at, info.frames);
+        EXPECT_NEAR(20 * std::log10(scale * amplitude / row.level), 0.0, 0.05) << row.options << "level, in dB";
+        EXPECT_LT(worst, 2.0) << row.options << "largest difference from the tone, in 16-bit steps";
+    }
 }
 
 // Runs stopped while writing. Every signal whose default action ends the process removes
@@ -282,8 +306,9 @@ TEST_F(Hostile, OutOfMemoryOrThreadsFailsThatFileNotTheBatch)
 #endif
     take("in/a.sd2");
     take("in/big.sd2", 300);
+    fs::resize_file(dir / "in/big.sd2", std::uintmax_t{300} << 20); // a sparse tail of silence
     take("in/c.sd2");
-    // 250 MB of address space: the small files fit, the big one cannot.
+    // 250 MB of address space: the small files fit, the big one cannot even be mapped.
     const Result memory = sh("ulimit -v 250000 && $S convert --normalize -j 1 -o out in");
     EXPECT_EQ(memory.exitCode, 1) << memory.out;
     EXPECT_EQ(lineFor(memory.out, "in/big.sd2"), "in/big.sd2  Choked: not enough memory");

@@ -5,6 +5,7 @@
 #include "core/pipeline/loudness.hpp"
 #include "core/pipeline/resample.hpp"
 #include "core/pipeline/stopBetweenBlocks.hpp"
+#include "core/pipeline/truePeak.hpp"
 #include "core/pipeline/writeWAV.hpp"
 
 #include <algorithm>
@@ -43,21 +44,25 @@ constexpr int kSlots = 4;
 
 int slotOf(std::int64_t round) { return static_cast<int>(round % kSlots); }
 
-// Runs `rounds` rounds of three steps: prepare(k, slot) on this thread, then
-// work(channel, k, slot) on every channel's own thread, then finish(k, slot) on this thread
-// once every channel is done with the round, in round order. A slot is prepared again only
-// once its previous round is finished. Returns the first failure.
-template <class Prepare, class Work, class Finish>
-Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare, Work work, Finish finish)
+// Runs `rounds` rounds of four steps: prepare(k, slot) on this thread; work(c, k, slot) for
+// every c < workers, each on a thread of its own; finish(k, slot) on this thread, in round
+// order, once every worker is done with the round; then consume(c, k, slot) for every
+// c < consumers, on the same threads. A slot is prepared again only once its previous round
+// is consumed. Returns the first failure.
+template <class Prepare, class Work, class Finish, class Consume>
+Failed runPipelined(std::int64_t workers, std::int64_t consumers, std::int64_t rounds, Prepare prepare, Work work,
+                    Finish finish, Consume consume)
 {
     std::mutex mutex;
-    // Two signals, so that each change wakes only the threads it concerns: a prepared block
-    // (or the end) wakes the channels' threads, a worked one wakes this thread.
+    // Two signals, so that each change wakes only the threads it concerns: a prepared or
+    // finished block (or the end) wakes the channels' threads, a worked or consumed one
+    // wakes this thread.
     std::condition_variable blockReady, blockWorked;
     std::int64_t prepared = 0, finished = 0;
-    std::vector<std::int64_t> done(static_cast<std::size_t>(channels), 0);
+    std::vector<std::int64_t> worked(static_cast<std::size_t>(workers), 0), consumed(static_cast<std::size_t>(consumers), 0);
     bool workFailed = false, stopping = false;
-    const auto allDone = [&] { return channels == 0 ? prepared : *std::min_element(done.begin(), done.end()); };
+    const auto allWorked = [&] { return workers == 0 ? prepared : *std::min_element(worked.begin(), worked.end()); };
+    const auto allConsumed = [&] { return consumers == 0 ? finished : *std::min_element(consumed.begin(), consumed.end()); };
 
     // Declared before the threads: on every way out the threads are told to stop, then joined.
     struct Stop {
@@ -75,23 +80,27 @@ Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare,
     };
     std::vector<std::jthread> threads;
     const Stop stop{mutex, blockReady, stopping};
-    for (std::int64_t c = 0; c < channels; ++c)
+    for (std::int64_t c = 0; c < std::max(workers, consumers); ++c)
         threads.emplace_back([&, c] {
-            for (std::int64_t k = 0; k < rounds; ++k) {
+            std::int64_t nextWork = c < workers ? 0 : rounds, nextConsume = c < consumers ? 0 : rounds;
+            while (nextWork < rounds || nextConsume < rounds) {
+                bool consuming = false;
                 {
                     std::unique_lock lock(mutex);
-                    blockReady.wait(lock, [&] { return stopping || prepared > k; });
+                    blockReady.wait(lock, [&] { return stopping || nextConsume < finished || nextWork < prepared; });
                     if (stopping)
                         return;
+                    consuming = nextConsume < finished; // the older round first: it frees a slot
                 }
+                std::int64_t& k = consuming ? nextConsume : nextWork;
                 bool ok = false;
                 try {
-                    ok = work(c, k, slotOf(k));
+                    ok = consuming ? consume(c, k, slotOf(k)) : work(c, k, slotOf(k));
                 } catch (...) { // std::bad_alloc above all: the conversion fails, the process goes on
                 }
                 {
                     std::lock_guard lock(mutex);
-                    done[static_cast<std::size_t>(c)] = k + 1;
+                    (consuming ? consumed : worked)[static_cast<std::size_t>(c)] = ++k;
                     workFailed = workFailed || !ok;
                 }
                 blockWorked.notify_one();
@@ -100,17 +109,21 @@ Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare,
             }
         });
 
-    while (finished < rounds) {
+    while (true) {
         bool canPrepare = false, canFinish = false;
         {
             std::unique_lock lock(mutex);
+            bool ended = false;
             blockWorked.wait(lock, [&] {
-                canPrepare = prepared < rounds && finished > prepared - kSlots;
-                canFinish = allDone() > finished;
-                return workFailed || canPrepare || canFinish;
+                canPrepare = prepared < rounds && allConsumed() > prepared - kSlots;
+                canFinish = allWorked() > finished;
+                ended = allConsumed() == rounds;
+                return workFailed || canPrepare || canFinish || ended;
             });
             if (workFailed)
                 return Failed::resample;
+            if (ended)
+                return Failed::nothing;
         }
         if (canPrepare) {
             if (!prepare(prepared, slotOf(prepared)))
@@ -123,11 +136,14 @@ Failed runPipelined(std::int64_t channels, std::int64_t rounds, Prepare prepare,
         }
         if (canFinish) {
             finish(finished, slotOf(finished));
-            std::lock_guard lock(mutex);
-            ++finished;
+            {
+                std::lock_guard lock(mutex);
+                ++finished;
+            }
+            if (consumers > 0)
+                blockReady.notify_all();
         }
     }
-    return Failed::nothing;
 }
 
 // Bytes [from, to) of `data`, cut at its end: a split-stereo pair's shorter half runs out early.
@@ -138,27 +154,41 @@ ByteView bytesIn(ByteView data, std::int64_t from, std::int64_t to)
     return data.subspan(static_cast<std::size_t>(from), static_cast<std::size_t>(std::min(to, size) - from));
 }
 
+// What every pass over the source starts from. `right`, when given, is a split-stereo
+// pair's right half: `data` is then the left one, `channels` 2, and the shorter half is
+// padded with silence to the longer.
+struct Source {
+    ByteView data;
+    std::optional<ByteView> right;
+    SourceFormat format;
+    std::int64_t rate, channels;
+};
+
+// Where the output goes and what it is.
+struct Target {
+    OutputTarget to;
+    std::int64_t rate, channels, depth;
+};
+
 // The source decoded, resampled and mapped to the output's channels, a block per round.
 class MappedBlocks {
 public:
-    // `right`, when given, is a split-stereo pair's right half: `data` is then the left one,
-    // srcChannels 2, and the shorter half is padded with silence to the longer.
-    MappedBlocks(ByteView data, std::optional<ByteView> right, SourceFormat format, std::int64_t srcRate,
-                 std::int64_t srcChannels, std::int64_t targetRate, std::int64_t outChannels)
-        : data_(data), right_(right), format_(format), srcRate_(srcRate), srcChannels_(srcChannels), outChannels_(outChannels)
+    MappedBlocks(const Source& source, std::int64_t targetRate, std::int64_t outChannels)
+        : data_(source.data), right_(source.right), format_(source.format), srcRate_(source.rate),
+          srcChannels_(source.channels), outChannels_(outChannels)
     {
-        const std::int64_t bytes = static_cast<std::int64_t>(std::max(data.size(), right ? right->size() : 0));
-        inputFrames_ = srcChannels < 1 ? 0 : bytes / format.bytesPerSample() / (right ? 1 : srcChannels);
-        resampling_ = srcRate != targetRate;
-        outputFrames_ = resampling_ ? resampledLength(inputFrames_, static_cast<double>(srcRate), targetRate) : inputFrames_;
+        const std::int64_t bytes = static_cast<std::int64_t>(std::max(data_.size(), right_ ? right_->size() : 0));
+        inputFrames_ = srcChannels_ < 1 ? 0 : bytes / format_.bytesPerSample() / (right_ ? 1 : srcChannels_);
+        resampling_ = srcRate_ != targetRate;
+        outputFrames_ = resampling_ ? resampledLength(inputFrames_, static_cast<double>(srcRate_), targetRate) : inputFrames_;
         if (resampling_)
-            for (std::int64_t c = 0; c < srcChannels; ++c) {
-                streams_.emplace_back(static_cast<double>(srcRate), targetRate, inputFrames_);
+            for (std::int64_t c = 0; c < srcChannels_; ++c) {
+                streams_.emplace_back(static_cast<double>(srcRate_), targetRate, inputFrames_);
                 resampleFailed_ = resampleFailed_ || !streams_.back();
             }
         for (auto& slot : resampled_)
-            slot.resize(static_cast<std::size_t>(resampling_ ? srcChannels : 0));
-        leftover_.resize(static_cast<std::size_t>(std::max<std::int64_t>(srcChannels, 0)));
+            slot.resize(static_cast<std::size_t>(resampling_ ? srcChannels_ : 0));
+        leftover_.resize(static_cast<std::size_t>(std::max<std::int64_t>(srcChannels_, 0)));
     }
 
     // What decodeToBuffer would refuse: no whole frame, no channel, no rate.
@@ -264,161 +294,13 @@ private:
     std::vector<const float*> sources_, pointers_;
 };
 
-// One normalisation pass's output, gain × the audio through the limiter, then trimmed, a
-// block per round.
-class LimitedBlocks {
-public:
-    LimitedBlocks(const PcmBuffer& audio, float gain, float ceiling, std::optional<float> trim)
-        : limiter_(audio, gain, ceiling), trim_(trim), frames_(audio.frameLength())
-    {
-        for (std::size_t s = 0; s < kSlots; ++s) {
-            blocks_[s].assign(static_cast<std::size_t>(audio.channelCount()), std::vector<float>(kBlockFrames));
-            for (auto& block : blocks_[s])
-                pointers_[s].push_back(block.data());
-        }
-    }
-
-    std::int64_t rounds() const { return roundsFor(frames_); }
-
-    bool prepare(std::int64_t k, int slot)
-    {
-        const std::int64_t count = std::min(kBlockFrames, frames_ - k * kBlockFrames);
-        limiter_.read(count, pointers_[static_cast<std::size_t>(slot)].data());
-        if (trim_)
-            for (auto& block : blocks_[static_cast<std::size_t>(slot)])
-                for (std::int64_t i = 0; i < count; ++i)
-                    block[static_cast<std::size_t>(i)] *= *trim_;
-        counts_[static_cast<std::size_t>(slot)] = count;
-        return true;
-    }
-
-    std::int64_t frames(int slot) const { return counts_[static_cast<std::size_t>(slot)]; }
-    const float* channel(int slot, std::int64_t c) const { return pointers_[static_cast<std::size_t>(slot)][static_cast<std::size_t>(c)]; }
-    std::span<const float* const> channels(int slot) const
-    {
-        const auto& p = pointers_[static_cast<std::size_t>(slot)];
-        return {p.data(), p.size()};
-    }
-
-private:
-    LimitedSignal limiter_;
-    std::optional<float> trim_;
-    std::int64_t frames_;
-    std::array<std::vector<std::vector<float>>, kSlots> blocks_;
-    std::array<std::vector<float*>, kSlots> pointers_;
-    std::array<std::int64_t, kSlots> counts_{};
-};
-
-// truePeakLinear's running peak: std::max keeps it when the sample is NaN. The largest of
-// a set does not depend on the order it is taken in, so eight running peaks go side by side.
-float peakOf(const float* samples, std::int64_t frames, float peak)
-{
-    float lanes[8] = {peak, peak, peak, peak, peak, peak, peak, peak};
-    std::int64_t i = 0;
-    for (; i + 8 <= frames; i += 8)
-        for (int k = 0; k < 8; ++k)
-            lanes[k] = std::max(lanes[k], std::abs(samples[i + k]));
-    for (; i < frames; ++i)
-        lanes[0] = std::max(lanes[0], std::abs(samples[i]));
-    return *std::max_element(std::begin(lanes), std::end(lanes));
-}
-
-const auto nothingToFinish = [](std::int64_t, int) {};
-
-// truePeakLinear of the pass's limited audio.
-float truePeakOfPass(const PcmBuffer& audio, float gain, float ceiling)
-{
-    LimitedBlocks blocks(audio, gain, ceiling, std::nullopt);
-    const std::int64_t channels = audio.channelCount();
-    const std::int64_t rate = std::llround(audio.sampleRate());
-    const std::int64_t overRate = rate > 0 && rate <= std::numeric_limits<std::int64_t>::max() / 4 ? 4 * rate : 0;
-    std::vector<ResampleStream> streams;
-    bool oversampled = true;
-    for (std::int64_t c = 0; c < channels; ++c) {
-        streams.emplace_back(audio.sampleRate(), overRate, audio.frameLength());
-        oversampled = oversampled && static_cast<bool>(streams.back());
-    }
-    std::vector<float> peaks(static_cast<std::size_t>(channels), 0.0f), samplePeaks = peaks;
-    std::vector<char> streamFailed(static_cast<std::size_t>(channels), 0);
-
-    runPipelined(
-        channels, blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
-        [&](std::int64_t c, std::int64_t k, int slot) {
-            const auto i = static_cast<std::size_t>(c);
-            samplePeaks[i] = peakOf(blocks.channel(slot, c), blocks.frames(slot), samplePeaks[i]);
-            if (oversampled && !streamFailed[i]) {
-                const ResampleStream::Sink sink = [&](const float* over, std::int64_t n) { peaks[i] = peakOf(over, n, peaks[i]); };
-                streamFailed[i] = !streams[i].push(blocks.channel(slot, c), blocks.frames(slot), sink) ||
-                                  (k + 1 == blocks.rounds() && !streams[i].finish(sink));
-            }
-            return true;
-        },
-        nothingToFinish);
-    // Unoversampled, the measurement falls back to the sample peak.
-    if (!oversampled || std::find(streamFailed.begin(), streamFailed.end(), 1) != streamFailed.end())
-        peaks = samplePeaks;
-    return *std::max_element(peaks.begin(), peaks.end());
-}
-
-// integratedLUFS of the pass's limited and trimmed audio.
-double loudnessOfPass(const PcmBuffer& audio, float gain, float ceiling, std::optional<float> trim)
-{
-    LimitedBlocks blocks(audio, gain, ceiling, trim);
-    LoudnessMeter meter(audio.sampleRate(), audio.channelCount(), audio.frameLength());
-    runPipelined(
-        audio.channelCount(), blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
-        [&](std::int64_t c, std::int64_t, int slot) {
-            meter.add(c, blocks.channel(slot, c), blocks.frames(slot));
-            return true;
-        },
-        nothingToFinish);
-    return meter.integrated();
-}
-
 float gainOf(double gainDB) { return static_cast<float>(std::pow(10.0, gainDB / 20.0)); }
 
+// A normalisation pass's settings: gain × the limiter, then the true-peak trim.
 struct PassGains {
     float gain;
     std::optional<float> trim;
 };
-
-
-// normalize()'s passes, each measured as it streams past, over audio that is never
-// changed: the gain and trim of the pass whose result normalize() would leave, or none
-// when it would leave the audio as it is.
-std::optional<PassGains> normalisationGains(const PcmBuffer& audio)
-{
-    const std::int64_t n = audio.frameLength();
-    LoudnessMeter first(audio.sampleRate(), audio.channelCount(), n);
-    runPipelined(
-        audio.channelCount(), roundsFor(n), [](std::int64_t, int) { return true; },
-        [&](std::int64_t c, std::int64_t k, int) {
-            first.add(c, audio.channel(c) + k * kBlockFrames, std::min(kBlockFrames, n - k * kBlockFrames));
-            return true;
-        },
-        nothingToFinish);
-    const double measured = first.integrated();
-    if (!std::isfinite(measured))
-        return std::nullopt;
-    const float ceiling = gainOf(kCeilingDBTP);
-
-    std::optional<PassGains> last;
-    double gainDB = kTargetLUFS - measured;
-    float gain = gainOf(gainDB);
-    for (int pass = 1; std::isfinite(gain); ++pass) {
-        // Limiting holds the samples; peaks between them are pulled under with a plain gain.
-        const float peak = truePeakOfPass(audio, gain, ceiling);
-        last = PassGains{gain, peak > ceiling && peak > 0.0f ? std::optional(ceiling / peak) : std::nullopt};
-        if (pass == kMaxPasses)
-            break;
-        const double remeasured = loudnessOfPass(audio, gain, ceiling, last->trim);
-        if (!std::isfinite(remeasured) || std::abs(kTargetLUFS - remeasured) < kToleranceLU)
-            break;
-        gainDB += kTargetLUFS - remeasured;
-        gain = gainOf(gainDB);
-    }
-    return last;
-}
 
 ConversionResult failure(Failed failed)
 {
@@ -431,72 +313,151 @@ template <class Sink>
 Failed streamBlocks(MappedBlocks& blocks, Sink sink)
 {
     return runPipelined(
-        blocks.workers(), blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
+        blocks.workers(), 0, blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
         [&](std::int64_t c, std::int64_t k, int slot) { return blocks.work(c, k, slot); },
-        [&](std::int64_t, int slot) { blocks.finish(slot, sink); });
+        [&](std::int64_t, int slot) { blocks.finish(slot, sink); }, [](std::int64_t, std::int64_t, int) { return true; });
 }
 
-ConversionResult normalisedInBlocks(MappedBlocks& blocks, const OutputTarget& to, std::int64_t targetRate,
-                                    std::int64_t outChannels, std::int64_t targetDepth)
+// The source as it is mapped, block after block into the file.
+ConversionResult written(MappedBlocks& blocks, const Target& target)
 {
-    // The one full-length copy: the resampled audio in the output's channels.
-    PcmBufferPtr audio = PcmBuffer::make(static_cast<double>(targetRate), outChannels, blocks.outputFrames());
-    if (!audio)
-        return failure(Failed::resample);
-    std::int64_t filled = 0;
+    WavWriter writer(target.to, target.rate, target.channels, blocks.outputFrames(), target.depth);
     const Failed failed = streamBlocks(blocks, [&](std::span<const float* const> channels, std::int64_t frames) {
-        const std::int64_t n = std::min(frames, audio->frameCapacity() - filled);
-        for (std::size_t c = 0; c < channels.size(); ++c)
-            std::copy_n(channels[c], n, audio->channel(static_cast<std::int64_t>(c)) + filled);
-        filled += n;
+        writer.write(channels, frames);
     });
     if (failed != Failed::nothing)
         return failure(failed);
-    audio->setFrameLength(filled);
-
-    const std::optional<PassGains> gains = normalisationGains(*audio);
-    try {
-        WavWriter writer(to, targetRate, outChannels, audio->frameLength(), targetDepth);
-        if (!gains) {
-            std::vector<const float*> channels;
-            for (std::int64_t c = 0; c < outChannels; ++c)
-                channels.push_back(audio->channel(c));
-            writer.write(channels, audio->frameLength());
-            return {true, {}, writer.finish()};
-        }
-        const float ceiling = gainOf(kCeilingDBTP);
-        LimitedBlocks pass(*audio, gains->gain, ceiling, gains->trim);
-        runPipelined(
-            0, pass.rounds(), [&](std::int64_t k, int slot) { return pass.prepare(k, slot); },
-            [](std::int64_t, std::int64_t, int) { return true; },
-            [&](std::int64_t, int slot) { writer.write(pass.channels(slot), pass.frames(slot)); });
-        return {true, {}, writer.finish()};
-    } catch (const WriteError& error) {
-        return {false, error.what(), {}};
-    }
+    return {true, {}, writer.finish()};
 }
 
-ConversionResult convert(MappedBlocks& blocks, const OutputTarget& to, std::int64_t targetRate,
-                         std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
+// A pass that could not read or resample the source.
+struct PassFailed {
+    Failed failed;
+};
+
+// One pass over the source, decoded and resampled afresh: libsoxr's output depends only on
+// its input, so every pass sees the same samples and only a block of them is held at a
+// time. With `gains`, the audio goes through the gain, the limiter and the trim. Each block
+// is written when there is a writer, and handed to meter.add(channel, samples, frames) for
+// every output channel, the channels on threads of their own. Returns the frames that
+// passed; throws PassFailed.
+template <class Meter>
+std::int64_t streamPass(const Source& source, const Target& target, const std::optional<PassGains>& gains,
+                        WavWriter* writer, Meter& meter)
 {
+    MappedBlocks blocks(source, target.rate, target.channels);
+    if (!blocks.resamplerReady())
+        throw PassFailed{Failed::resample};
+    std::optional<LimitedSignal> limiter;
+    if (gains)
+        limiter.emplace(static_cast<double>(target.rate), target.channels, gains->gain, gainOf(kCeilingDBTP));
+    std::array<std::vector<std::vector<float>>, kSlots> out;
+    std::vector<const float*> pointers;
+    std::int64_t frames = 0;
+    const auto finish = [&](std::int64_t k, int slot) {
+        std::vector<std::vector<float>>& block = out[static_cast<std::size_t>(slot)];
+        blocks.finish(slot, [&](std::span<const float* const> mapped, std::int64_t n) {
+            if (limiter) {
+                limiter->push(mapped, n, k + 1 == blocks.rounds(), block);
+            } else {
+                block.resize(mapped.size());
+                for (std::size_t c = 0; c < mapped.size(); ++c)
+                    block[c].assign(mapped[c], mapped[c] + n);
+            }
+        });
+        pointers.clear();
+        for (std::vector<float>& channel : block) {
+            if (gains && gains->trim)
+                for (float& sample : channel)
+                    sample *= *gains->trim;
+            pointers.push_back(channel.data());
+        }
+        const auto n = static_cast<std::int64_t>(block.front().size());
+        if (writer)
+            writer->write(pointers, n);
+        frames += n;
+    };
+    const Failed failed = runPipelined(
+        blocks.workers(), target.channels, blocks.rounds(), [&](std::int64_t k, int slot) { return blocks.prepare(k, slot); },
+        [&](std::int64_t c, std::int64_t k, int slot) { return blocks.work(c, k, slot); }, finish,
+        [&](std::int64_t c, std::int64_t, int slot) {
+            const std::vector<float>& channel = out[static_cast<std::size_t>(slot)][static_cast<std::size_t>(c)];
+            meter.add(c, channel.data(), static_cast<std::int64_t>(channel.size()));
+            return true;
+        });
+    if (failed != Failed::nothing)
+        throw PassFailed{failed};
+    return frames;
+}
+
+// integratedLUFS of a pass's audio, written as it goes.
+double loudnessOfPass(const Source& source, const Target& target, const PassGains& gains, WavWriter& writer)
+{
+    LoudnessMeter meter(static_cast<double>(target.rate), target.channels);
+    streamPass(source, target, gains, &writer, meter);
+    return meter.integrated();
+}
+
+// truePeakLinear of a pass's limited audio, `frames` long.
+float truePeakOfPass(const Source& source, const Target& target, float gain, std::int64_t frames)
+{
+    TruePeakMeter meter(static_cast<double>(target.rate), target.channels, frames);
+    streamPass(source, target, PassGains{gain, std::nullopt}, nullptr, meter);
+    return meter.peak();
+}
+
+// normalize() as passes over the source, each streamed: the first measures the loudness;
+// then each of normalize()'s passes measures its true peak and, with the trim that gives,
+// writes its audio while measuring its loudness. On target, that file is the result;
+// otherwise it is dropped and the corrected gain goes round again. The audio of the last
+// pass normalize() allows, or of none when the loudness cannot be measured, is written
+// without measuring.
+ConversionResult normalisedInBlocks(const Source& source, const Target& target)
+{
+    LoudnessMeter first(static_cast<double>(target.rate), target.channels);
+    const std::int64_t frames = streamPass(source, target, std::nullopt, nullptr, first);
+    const double measured = first.integrated();
+    const auto startFile = [&] { return WavWriter(target.to, target.rate, target.channels, frames, target.depth); };
+
+    std::optional<PassGains> last;
+    const float ceiling = gainOf(kCeilingDBTP);
+    double gainDB = kTargetLUFS - measured;
+    float gain = gainOf(gainDB);
+    for (int pass = 1; std::isfinite(measured) && std::isfinite(gain); ++pass) {
+        // Limiting holds the samples; peaks between them are pulled under with a plain gain.
+        const float peak = truePeakOfPass(source, target, gain, frames);
+        last = PassGains{gain, peak > ceiling && peak > 0.0f ? std::optional(ceiling / peak) : std::nullopt};
+        if (pass == kMaxPasses)
+            break;
+        WavWriter writer = startFile();
+        const double remeasured = loudnessOfPass(source, target, *last, writer);
+        if (!std::isfinite(remeasured) || std::abs(kTargetLUFS - remeasured) < kToleranceLU)
+            return {true, {}, writer.finish()};
+        gainDB += kTargetLUFS - remeasured;
+        gain = gainOf(gainDB);
+    }
+    struct {
+        void add(std::int64_t, const float*, std::int64_t) {}
+    } nothing;
+    WavWriter writer = startFile();
+    streamPass(source, target, last, &writer, nothing);
+    return {true, {}, writer.finish()};
+}
+
+ConversionResult convert(const Source& source, const Target& target, bool normalizeLoudness)
+{
+    MappedBlocks blocks(source, target.rate, target.channels);
     // The checks come in the whole-buffer stages' order, so a file fails with the same words.
     if (!blocks.readable())
         return failure(Failed::read);
     if (!blocks.resamplerReady())
         return failure(Failed::resample);
-    if (outChannels < 1)
+    if (target.channels < 1)
         return {false, "channel map failed", {}};
-    if (normalizeLoudness)
-        return normalisedInBlocks(blocks, to, targetRate, outChannels, targetDepth);
-
     try {
-        WavWriter writer(to, targetRate, outChannels, blocks.outputFrames(), targetDepth);
-        const Failed failed = streamBlocks(blocks, [&](std::span<const float* const> channels, std::int64_t frames) {
-            writer.write(channels, frames);
-        });
-        if (failed != Failed::nothing)
-            return failure(failed);
-        return {true, {}, writer.finish()};
+        return normalizeLoudness ? normalisedInBlocks(source, target) : written(blocks, target);
+    } catch (const PassFailed& pass) {
+        return failure(pass.failed);
     } catch (const WriteError& error) {
         return {false, error.what(), {}};
     }
@@ -508,16 +469,15 @@ ConversionResult convertInBlocks(ByteView data, const OutputTarget& to, SourceFo
                                  std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                  std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
-    MappedBlocks blocks(data, std::nullopt, format, srcRate, srcChannels, targetRate, outChannels);
-    return convert(blocks, to, targetRate, outChannels, targetDepth, normalizeLoudness);
+    return convert({data, std::nullopt, format, srcRate, srcChannels}, {to, targetRate, outChannels, targetDepth},
+                   normalizeLoudness);
 }
 
 ConversionResult convertPairInBlocks(ByteView left, ByteView right, const OutputTarget& to,
                                      SourceFormat format, std::int64_t srcRate, std::int64_t targetRate,
                                      std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
-    MappedBlocks blocks(left, right, format, srcRate, 2, targetRate, outChannels);
-    return convert(blocks, to, targetRate, outChannels, targetDepth, normalizeLoudness);
+    return convert({left, right, format, srcRate, 2}, {to, targetRate, outChannels, targetDepth}, normalizeLoudness);
 }
 
 } // namespace quorvel

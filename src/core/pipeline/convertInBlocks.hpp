@@ -6,8 +6,8 @@ namespace quorvel {
 
 // convertOneNative block after block: decode, resample (one libsoxr stream per channel,
 // kept across blocks and flushed at the end), map channels, quantise and write, with the
-// channels on threads of their own. Memory does not grow with the file, except under
-// normalisation, which holds the resampled audio once and streams every pass over it. The
+// channels on threads of their own. Memory does not grow with the file: normalisation
+// streams the source again for each of its measurements instead of holding the audio. The
 // bytes written are those of the whole-buffer stages.
 ConversionResult convertInBlocks(ByteView data, const OutputTarget& to, SourceFormat format,
                                  std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,

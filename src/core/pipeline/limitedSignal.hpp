@@ -1,32 +1,34 @@
 #pragma once
 
-#include "core/pipeline/PcmBuffer.hpp"
-
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace quorvel {
 
-// `gain` × the buffer, through limitPeaks' limiter, read from the start a block at a time
-// without changing the buffer: the samples are those limitPeaks would leave after the
-// buffer had been multiplied by `gain` in place.
+// `gain` × audio that arrives a block at a time, through limitPeaks' limiter: the samples
+// are those limitPeaks would leave after the whole audio had been multiplied by `gain` in
+// place. A frame comes out once the lookahead past it has arrived, so only that much of
+// the audio is held.
 class LimitedSignal {
 public:
-    LimitedSignal(const PcmBuffer& source, float gain, float ceiling);
+    LimitedSignal(double sampleRate, std::int64_t channels, float gain, float ceiling);
 
-    // The next `frames` frames into out[c] for every channel.
-    void read(std::int64_t frames, float* const* out);
+    // Takes `frames` more frames from in[c] and leaves in out[c] every frame now final.
+    // With `last`, the audio ends here and every frame still held comes out.
+    void push(std::span<const float* const> in, std::int64_t frames, bool last, std::vector<std::vector<float>>& out);
 
 private:
-    float required(std::int64_t frame) const;
-
     struct Pending {
         std::int64_t frame;
         float need;
     };
-    const PcmBuffer& source_;
     float gain_, ceiling_, step_;
     std::int64_t lookahead_;
+    // The frames that arrived and have not come out yet, from frame next_ on, with the
+    // gain each needs; and the gain each frame of the current push comes out with.
+    std::vector<std::vector<float>> held_;
+    std::vector<float> needs_, gains_;
     // A ring of at most lookahead + 1 entries: the queue limitPeaks keeps in a deque.
     std::vector<Pending> window_;
     std::size_t front_ = 0, size_ = 0;

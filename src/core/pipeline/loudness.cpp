@@ -68,17 +68,15 @@ double gatedLoudness(const std::vector<double>& power)
 
 } // namespace
 
-LoudnessMeter::LoudnessMeter(double sampleRate, std::int64_t channels, std::int64_t frames)
+LoudnessMeter::LoudnessMeter(double sampleRate, std::int64_t channels)
     : k_(kWeightCoeffs(sampleRate)), blockLen_(std::llround(sampleRate * 0.4)), hop_(std::llround(sampleRate * 0.1))
 {
-    if (blockLen_ < 1 || hop_ < 1 || frames < blockLen_)
+    if (blockLen_ < 1 || hop_ < 1)
         return; // unmeasurable: no channel state, nothing is summed
-    blockCount_ = (frames - blockLen_) / hop_ + 1;
     const std::int64_t open = blockLen_ / hop_ + 2; // blocks that can overlap one sample, and one spare
     for (std::int64_t c = 0; c < channels; ++c)
         channels_.push_back({Biquad(k_.b1, k_.a1), Biquad(k_.b2, k_.a2),
-                             std::vector<double>(static_cast<std::size_t>(open), 0.0),
-                             std::vector<double>(static_cast<std::size_t>(blockCount_), 0.0), {}});
+                             std::vector<double>(static_cast<std::size_t>(open), 0.0), {}, {}});
 }
 
 namespace {
@@ -111,8 +109,6 @@ void LoudnessMeter::add(std::int64_t channel, const float* x, std::int64_t frame
 
 void LoudnessMeter::addPiece(Channel& ch, const float* x, std::int64_t frames)
 {
-    if (ch.closed == blockCount_)
-        return;
     ch.squares.resize(static_cast<std::size_t>(frames));
     // Local copies of the filters keep their state in registers.
     Biquad shelf = ch.shelf, highPass = ch.highPass;
@@ -126,10 +122,11 @@ void LoudnessMeter::addPiece(Channel& ch, const float* x, std::int64_t frames)
     // Each block open at a sample has a sum of its own, fed in ascending order from 0: the
     // very sum of the block's squares taken when it closes, without keeping the signal.
     // Between two openings or closings the same blocks are open, so they are fed together.
+    // Blocks the audio ends inside never close, and count for nothing.
     const auto slots = static_cast<std::int64_t>(ch.sums.size());
     std::int64_t i = 0;
-    while (i < frames && ch.closed < blockCount_) {
-        const std::int64_t nextOpen = ch.opened < blockCount_ ? ch.opened * hop_ : std::numeric_limits<std::int64_t>::max();
+    while (i < frames) {
+        const std::int64_t nextOpen = ch.opened * hop_;
         if (ch.position == nextOpen) {
             ch.sums[static_cast<std::size_t>(ch.opened % slots)] = 0.0;
             ++ch.opened;
@@ -153,8 +150,7 @@ void LoudnessMeter::addPiece(Channel& ch, const float* x, std::int64_t frames)
         i += n;
         ch.position += n;
         if (ch.position == closesAfter) {
-            ch.power[static_cast<std::size_t>(ch.closed)] =
-                ch.sums[static_cast<std::size_t>(ch.closed % slots)] / static_cast<double>(blockLen_);
+            ch.power.push_back(ch.sums[static_cast<std::size_t>(ch.closed % slots)] / static_cast<double>(blockLen_));
             ++ch.closed;
         }
     }
@@ -165,7 +161,10 @@ double LoudnessMeter::integrated() const
     if (channels_.empty())
         return kUnmeasurable;
     // Channel after channel, as if each had been added to one sum in turn.
-    std::vector<double> power(static_cast<std::size_t>(blockCount_), 0.0);
+    std::size_t blocks = channels_.front().power.size();
+    for (const Channel& ch : channels_)
+        blocks = std::min(blocks, ch.power.size());
+    std::vector<double> power(blocks, 0.0);
     for (const Channel& ch : channels_)
         for (std::size_t b = 0; b < power.size(); ++b)
             power[b] += ch.power[b];
@@ -174,7 +173,7 @@ double LoudnessMeter::integrated() const
 
 double integratedLUFS(const PcmBuffer& buffer)
 {
-    LoudnessMeter meter(buffer.sampleRate(), buffer.channelCount(), buffer.frameLength());
+    LoudnessMeter meter(buffer.sampleRate(), buffer.channelCount());
     for (std::int64_t c = 0; c < buffer.channelCount(); ++c)
         meter.add(c, buffer.channel(c), buffer.frameLength());
     return meter.integrated();

@@ -23,12 +23,12 @@ KWeighting kWeightCoeffs(double sampleRate);
 double integratedLUFS(const PcmBuffer& buffer);
 
 // integratedLUFS over audio that arrives in pieces: each channel's samples in order, the
-// channels independently (from different threads if need be). Gives integratedLUFS's
-// result to the last bit.
+// channels independently (from different threads if need be), every channel as long as
+// the others by the time integrated() is asked. Gives integratedLUFS's result to the last
+// bit. Keeps one number per channel and block, 80 bytes a second of each channel.
 class LoudnessMeter {
 public:
-    // `frames`: the length every channel will have.
-    LoudnessMeter(double sampleRate, std::int64_t channels, std::int64_t frames);
+    LoudnessMeter(double sampleRate, std::int64_t channels);
     void add(std::int64_t channel, const float* samples, std::int64_t frames);
     double integrated() const;
 
@@ -36,14 +36,14 @@ private:
     struct Channel {
         Biquad shelf, highPass;
         std::vector<double> sums;   // running sums of squares of the open blocks, by block modulo size
-        std::vector<double> power;  // mean square of each closed block
+        std::vector<double> power;  // mean square of each block closed so far
         std::vector<double> squares; // the filtered samples of the piece being added, squared
         std::int64_t position = 0, opened = 0, closed = 0;
     };
     void addPiece(Channel& channel, const float* samples, std::int64_t frames);
 
     KWeighting k_;
-    std::int64_t blockLen_, hop_, blockCount_ = 0;
+    std::int64_t blockLen_, hop_;
     std::vector<Channel> channels_;
 };
 

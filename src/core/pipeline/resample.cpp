@@ -143,21 +143,6 @@ PcmBufferPtr resample(const PcmBufferPtr& buffer, std::int64_t toRate)
     return out;
 }
 
-bool resampleInBlocks(const PcmBuffer& buffer, std::int64_t toRate, const ResampledBlockSink& sink)
-{
-    const std::int64_t wanted = resampledLength(buffer.frameLength(), buffer.sampleRate(), toRate);
-    return forEachChannel(buffer.channelCount(), [&](std::int64_t c) {
-        Soxr soxr(buffer.sampleRate(), static_cast<double>(toRate));
-        std::vector<float> block(kBlockFrames);
-        return soxr && soxr.run(
-                           buffer.channel(c), buffer.frameLength(), wanted, [&](std::int64_t) { return block.data(); },
-                           [&](std::int64_t written) {
-                               if (written > 0)
-                                   sink(c, block.data(), written);
-                           });
-    });
-}
-
 struct ResampleStream::State {
     soxr_t soxr = nullptr;
     std::int64_t wanted = 0;
