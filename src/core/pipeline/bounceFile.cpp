@@ -16,9 +16,6 @@ namespace quorvel {
 
 namespace {
 
-// Sixteen samples of the widest encoding: less cannot be scored in every encoding.
-constexpr std::size_t kShortestAudio = 16 * 3;
-
 std::string channelName(std::int64_t channels) { return channels == 1 ? "mono" : "stereo"; }
 
 // "16-bit big-endian  (s16be)" without its identifier.
@@ -186,17 +183,20 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
         result.autoCorrected = true;
         observer.corrected(check.format);
     }
-    if (check.readsAsStatic && !silent) {
-        const std::string tried = "the data reads as noise in " + std::string(result.format.shortText());
+    // Noise is valid audio too (white noise, a noise-like effect): a reading that is merely
+    // noisy is no evidence against an encoding the file's own metadata or its session gives.
+    const bool tooShort = data.size() < kShortestAudio;
+    if (check.readsAsStatic && !silent && (tooShort || !(described || settings.sessionFormat))) {
         result.status = kReadsAsStatic;
-        result.reason = data.size() < kShortestAudio ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
-                        : described ? tried + ", the encoding the file's own metadata gives"
-                                    : tried + ", and no other encoding reads clearly as audio";
+        result.reason = tooShort ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
+                                 : "the data reads as noise in " + std::string(result.format.shortText()) +
+                                       ", and no other encoding reads clearly as audio";
         return result;
     }
 
-    // The file's own metadata gives its rate; the run's setting covers files without one.
-    const std::int64_t sourceRate = source.description ? source.description->rate : settings.sourceRate;
+    // The file's own metadata gives its rate, even where the audio overruled its encoding; the
+    // run's setting covers files without one.
+    const std::int64_t sourceRate = source.rate().value_or(settings.sourceRate);
     observer.analysed(analysisLine(result.autoCorrected, result.format, result.sourceChannels, sourceRate));
     result.analysed = true;
 

@@ -23,6 +23,9 @@ struct BounceSettings {
     bool normalize = false;
     std::filesystem::path outputFolder;
     std::string outputFolderError; // why the output folder cannot be used: every file fails with it
+    // The fixed sourceFormat is the one the file's session settled: evidence of its encoding,
+    // as a fork is, so a reading that is merely noisy does not refuse it.
+    bool sessionFormat = false;
 };
 
 // One queued file. Its fields are read through these at the moment the run needs them,
