@@ -9,6 +9,15 @@ channel and a copy 1 to 13 samples later through a low-pass, as two close microp
 "dualmono-<source>"); synthetic room tone (low-passed brown or pink noise with a faint hum,
 peaking around -55 to -75 dBFS: "roomtone") joins the near-silent material.
 
+Session folders (corpus/sessions/<encoding>-<rate>-<n>/) stand for real archives: every file
+of a folder shares its encoding and rate (44.1 or 48 kHz), as a Pro Tools session's do.
+Some sessions hold mono takes and .L/.R pairs (one of them dual-mono, one whose L half is a
+fade down to -70 dB), the others stereo takes and a dual-mono one; each also holds a take
+brought down 60 to 80 dB and a room tone. In the big-endian sessions some files keep their
+resource fork in an AppleDouble "._NAME" sidecar and the others lost it; in a third of the
+sessions the names have no extension ("Audio 1_03", "Gtr_02.L"). A third of the room tones
+are white hiss. The truth is in each session's truth.json.
+
 Sources (install with: apt-get install ffmpeg pingus-data lincity-ng-data sonic-pi-samples
 alsa-utils sound-theme-freedesktop hydrogen-data): game music (pingus, lincity-ng),
 instrument samples (sonic-pi, hydrogen), speech (alsa-utils), system sounds (freedesktop).
@@ -18,7 +27,9 @@ import argparse
 import concurrent.futures
 import os
 import pathlib
+import json
 import re
+import struct
 import subprocess
 import sys
 
@@ -38,6 +49,9 @@ ATTENUATIONS_DB = [60, 65, 70, 75, 80]
 DELAYS = [1, 2, 3, 5, 8, 13]
 CUTOFFS = [3000, 6000, 10000]
 ROOM_TONES = 12
+SESSIONS = 24
+SESSION_RATES = [44100, 48000]
+SESSION_SECONDS = 12
 
 
 def recordings():
@@ -95,11 +109,123 @@ def room_tone(index, fmt, layout):
     return ["-filter_complex", graph]
 
 
+def session_chain(path, rate, shape, fmt, gain_db=None, seconds=SESSION_SECONDS):
+    """Cut, resampled to the session's rate, shaped (mono, stereo, one channel of the stereo
+    recording, or a delayed low-passed copy of it) and, when quiet, brought down by gain_db
+    below the recording's peak."""
+    shapes = {"mono": "aformat=channel_layouts=mono", "stereo": "aformat=channel_layouts=stereo",
+              "left": "aformat=channel_layouts=stereo,pan=mono|c0=c0",
+              "right": "aformat=channel_layouts=stereo,pan=mono|c0=c1",
+              "copy": "aformat=channel_layouts=mono,adelay=delays=3S,lowpass=f=6000,volume=0.9",
+              "dualmono": "aformat=channel_layouts=mono,asplit=2[l][r];[r]adelay=delays=5S,lowpass=f=6000,"
+                          "volume=0.9[rr];[l][rr]amerge=inputs=2"}
+
+    def args():
+        chain = [f"aresample={rate}", shapes[shape]]
+        if gain_db is not None:
+            chain.append(f"volume={-gain_db - peak_db(path):.2f}dB")
+        chain.append(to_format(fmt))
+        return ["-i", str(path), "-t", str(seconds), "-filter_complex", f"[0:a]{','.join(chain)}"]
+    return args
+
+
+def session_room_tone(index, fmt, layout, rate, cutoff):
+    """Room tone at the session's rate; with a high cutoff, white hiss (a preamp's or a tape's
+    own noise) as rough as static."""
+    args = room_tone(index, fmt, layout)
+    graph = args[1].replace("r=44100", f"r={rate}").replace("d=20", f"d={SESSION_SECONDS}")
+    if cutoff > 4000:
+        graph = re.sub("c=(brown|pink)", "c=white", graph).replace("lowpass=f=4000", f"lowpass=f={cutoff}")
+    return [args[0], graph]
+
+
+def resource_fork(sample_size, rate, channels):
+    """A resource fork holding 'STR ' 1000-1002 (bytes per sample, rate, channels), laid out
+    as Inside Macintosh describes: header, data (length-prefixed), map with one type."""
+    strings = [str(sample_size), f"{rate:.6f}", str(channels)]
+    data, offsets = b"", []
+    for text in strings:
+        body = bytes([len(text)]) + text.encode()
+        offsets.append(len(data))
+        data += struct.pack(">I", len(body)) + body
+    type_list = struct.pack(">H4sHH", 0, b"STR ", len(strings) - 1, 2 + 8)
+    refs = b"".join(struct.pack(">hHB", 1000 + i, 0xFFFF, 0) + offsets[i].to_bytes(3, "big") + b"\0" * 4
+                    for i in range(len(strings)))
+    resource_map = b"\0" * 24 + struct.pack(">HH", 28, 28 + len(type_list) + len(refs)) + type_list + refs
+    header = struct.pack(">IIII", 256, 256 + len(data), len(data), len(resource_map))
+    return header.ljust(256, b"\0") + data + resource_map
+
+
+def apple_double(fork):
+    finder = b"Sd2fSd2a".ljust(32, b"\0")
+    entries = [(9, finder), (2, fork)]
+    offset = 26 + 12 * len(entries)
+    table, body = b"", b""
+    for entry_id, content in entries:
+        table += struct.pack(">III", entry_id, offset + len(body), len(content))
+        body += content
+    return struct.pack(">II", 0x00051607, 0x00020000) + b"\0" * 16 + struct.pack(">H", len(entries)) + table + body
+
+
+def sessions(corpus, recordings_list):
+    """The session folders' jobs, and what to write once they are made: truth files and forks."""
+    jobs, forks, truths = [], [], []
+    # Takes long enough to hold a session's material: all but the shortest drum hits.
+    sources = [r for r in recordings_list if r[0] != "hydrogen" or r[1].stat().st_size > 100000]
+    pick = lambda n: sources[n % len(sources)][1]
+    for s in range(SESSIONS):
+        fmt, rate = FORMATS[s % 4], SESSION_RATES[s // 4 % 2]
+        protools, bare = s // 8 != 1, s % 3 == 0
+        forked = fmt.endswith("be") and s // 8 != 2
+        folder = corpus / "sessions" / f"{fmt}-{rate}-{s:02}"
+        folder.mkdir(parents=True, exist_ok=True)
+        ext = "" if bare else ".sd2"
+        items = {}
+        n = s * 11
+
+        def add(name, args, channels, kind, fork_channels=None):
+            out = folder / (name + ext)
+            jobs.append((args, fmt, out))
+            if fork_channels is not None:
+                forks.append((folder / ("._" + out.name), resource_fork(int(fmt[1:3]) // 8, rate, fork_channels)))
+            if kind != "half":
+                items[out.name] = {"channels": channels, "kind": kind}
+
+        def pair(base, left, right, kind, fork):
+            add(f"{base}.L", left, 1, "half", 1 if fork else None)
+            add(f"{base}.R", right, 1, "half", 1 if fork else None)
+            items[f"{base}.L{ext}"] = {"channels": 2, "kind": kind, "pair": f"{base}.R{ext}"}
+
+        fork_at = lambda k: forked and k % 3 == s % 3
+        layout = "mono" if protools else "stereo"
+        channels = 1 if protools else 2
+        for k in range(4 if protools else 6):
+            add(f"Audio {k + 1}_0{s % 9 + 1}", session_chain(pick(n + k), rate, layout, fmt), channels, "take",
+                channels if fork_at(k) else None)
+        quiet_db = ATTENUATIONS_DB[s % len(ATTENUATIONS_DB)]
+        add(f"Cue_0{s % 9 + 1}", session_chain(pick(n + 6), rate, layout, fmt, quiet_db), channels, "quiet",
+            channels if fork_at(6) else None)
+        add("Room Tone", session_room_tone(s % ROOM_TONES, fmt, layout, rate, 20000 if s % 3 == 1 else 4000), channels, "roomtone",
+            channels if fork_at(7) else None)
+        if protools:
+            pair("Gtr_01", session_chain(pick(n + 4), rate, "left", fmt), session_chain(pick(n + 4), rate, "right", fmt),
+                 "pair", fork_at(4))
+            pair("Vox_02", session_chain(pick(n + 5), rate, "mono", fmt), session_chain(pick(n + 5), rate, "copy", fmt),
+                 "dualmono", fork_at(5))
+            pair("Pad_03", session_chain(pick(n + 8), rate, "left", fmt, 70), session_chain(pick(n + 8), rate, "right", fmt),
+                 "fade", fork_at(8))
+        else:
+            add("Room Mics", session_chain(pick(n + 5), rate, "dualmono", fmt), 2, "dualmono",
+                2 if fork_at(5) else None)
+        truths.append((folder / "truth.json", {"format": fmt, "rate": rate, "items": items}))
+    return jobs, forks, truths
+
+
 def convert(job):
     args, fmt, out = job
     if out.exists():
         return True
-    tmp = out.with_suffix(".part")
+    tmp = out.with_name(out.name + ".part")
     if callable(args):
         args = args()
     result = subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-y", *args, "-f", fmt, str(tmp)], capture_output=True)
@@ -133,8 +259,14 @@ def build(corpus):
         for fmt in FORMATS:
             for layout in LAYOUTS:
                 add(room_tone(index, fmt, layout), fmt, layout, f"roomtone--{index:02}")
+    session_jobs, forks, truths = sessions(corpus, list(recordings()))
+    jobs += session_jobs
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         done = sum(pool.map(convert, jobs))
+    for path, fork in forks:
+        path.write_bytes(apple_double(fork))
+    for path, truth in truths:
+        path.write_text(json.dumps(truth, indent=1))
     print(f"corpus: {done} of {len(jobs)} files in {corpus}", file=sys.stderr)
 
 

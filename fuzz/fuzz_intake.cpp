@@ -1,9 +1,9 @@
 // Bytes → a folder tree with awkward names, symlink loops and dangling links → the path
 // intake. The result is held against a walk of our own done with plain POSIX calls: the same
-// paths byte for byte, none through a symlinked folder, queued ones and second spellings of
-// one file left out, and in the documented order (the given paths side by side as a file
-// browser sorts names, a folder's files under its name and then by their path below it, level
-// by level; folders of one name in the order given).
+// paths byte for byte (bare names given are taken), none through a symlinked folder, queued
+// ones and second spellings of one file left out, and in the documented order (the given paths
+// side by side as a file browser sorts names, a folder's files under its name and then by their
+// path below it, level by level; folders of one name in the order given).
 #include "check.hpp"
 #include "scratchFolder.hpp"
 #include "intakeProgram.hpp"
@@ -62,6 +62,27 @@ bool endsWithSd2(const std::string& name)
         return false;
     const std::string tail = name.substr(name.size() - 4);
     return tail[0] == '.' && (tail[1] | 0x20) == 's' && (tail[2] | 0x20) == 'd' && tail[3] == '2';
+}
+
+// No extension, or a channel suffix as the only one: taken when given and it exists. In a
+// walk such names are sniffed, and the tree's files are empty, so none reads as audio.
+bool isBareName(const std::string& name)
+{
+    const auto dot = name.find('.');
+    if (dot == std::string::npos)
+        return true;
+    if (dot == 0 || name.find('.', dot + 1) != std::string::npos)
+        return false;
+    std::string suffix = name.substr(dot);
+    for (char& c : suffix)
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+    return suffix == ".l" || suffix == ".r" || suffix == ".c" || suffix == ".ls" || suffix == ".rs" || suffix == ".lfe";
+}
+
+bool exists(const std::string& path)
+{
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0;
 }
 
 // AppleDouble sidecars ("._NAME", anything under .AppleDouble or __MACOSX) describe other
@@ -139,7 +160,7 @@ std::vector<Found> expectedInWalkOrder(const std::vector<std::string>& given, co
         struct stat st {};
         if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
             walk(path, found, {path, i, {baseName(bare)}});
-        else if (endsWithSd2(baseName(path)) && !isSidecar(path))
+        else if ((endsWithSd2(baseName(path)) || (isBareName(baseName(path)) && exists(path))) && !isSidecar(path))
             found.push_back({path, i, {baseName(path)}});
     }
     // One file is taken once, whatever its spelling, and not again when already queued.
@@ -213,7 +234,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         expected.push_back(f.path);
 
     for (const std::string& path : got) {
-        FUZZ_CHECK(endsWithSd2(baseName(path)), "'%s' does not end in .sd2", printable(path).c_str());
+        const bool given = std::find(input.given.begin(), input.given.end(), path) != input.given.end();
+        FUZZ_CHECK(endsWithSd2(baseName(path)) || given, "'%s' does not end in .sd2 and was not given",
+                   printable(path).c_str());
         FUZZ_CHECK(!input.queued.contains(path), "'%s' was already queued", printable(path).c_str());
         checkNoSymlinkedFolderEntered(path, input.given);
         // The URL a file item keeps must lead back to the same bytes.

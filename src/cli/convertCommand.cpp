@@ -6,6 +6,7 @@
 #include "cli/queue.hpp"
 #include "cli/report.hpp"
 #include "cli/reportForms.hpp"
+#include "cli/sessions.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/PartialFile.hpp"
 #include "core/io/SyncedLog.hpp"
@@ -13,6 +14,7 @@
 #include "core/pipeline/keptTree.hpp"
 #include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/outputNaming.hpp"
+#include "core/pipeline/sessionSettings.hpp"
 #include "core/pipeline/treeFolders.hpp"
 
 #include <algorithm>
@@ -215,18 +217,14 @@ bool skipConverted(std::vector<FileRecord>& records, const std::string& report, 
     return true;
 }
 
-BounceResult convertOne(const QueuedSource& source, const ConvertOptions& options, const BounceSettings& settings,
-                        BounceObserver& observer)
+BounceResult convertOne(const QueuedSource& source, const SessionDetection& detected, const ConvertOptions& options,
+                        const BounceSettings& settings, BounceObserver& observer)
 {
-    // Detect first, as the app does when a file is queued. A pair's halves are read when it
-    // is bounced, so its detection happens there.
-    std::optional<Detection> detection;
-    if (!source.isPair())
-        detection = detectPath(source.path.string(), source.root, settings.sourceFormat);
-    const auto* found = detection ? std::get_if<FileDetection>(&*detection) : nullptr;
-    const SourceFormat detected = found ? found->format.best : SourceFormat{SourceFormat::s16be};
+    // A pair's halves are read again when it is bounced.
+    const auto* found = std::get_if<FileDetection>(&detected.detection);
+    const SourceFormat format = found ? found->format.best : SourceFormat{SourceFormat::s16be};
     const std::int64_t detectedChannels = found ? found->channels.channels : 2;
-    const BounceItem item{source.path, [&] { return detected; },
+    const BounceItem item{source.path, [&] { return format; },
                           [&]() -> std::int64_t {
                               switch (options.channelOverride) {
                               case ChannelOverride::mono: return 1;
@@ -236,8 +234,8 @@ BounceResult convertOne(const QueuedSource& source, const ConvertOptions& option
                               return detectedChannels;
                           },
                           source.right, source.root,
-                          [&] { return options.channelOverride != ChannelOverride::automatic; }};
-    return bounceFile(item, settings, observer);
+                          [&] { return options.channelOverride != ChannelOverride::automatic; }, source.sniffed};
+    return bounceFile(item, withSession(settings, detected.session), observer);
 }
 
 } // namespace
@@ -254,6 +252,7 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
         else
             err << skippedLine(skipped) << '\n';
     }
+    reportNotAudio(queue, err);
     int status = queue.skipped.empty() ? 0 : 1;
     if (queue.sources.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
@@ -324,11 +323,18 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     const bool progress = ::isatty(STDERR_FILENO) == 1;
     if (progress)
         drawProgress(0, paths.size());
+    // Every source is detected first, and its session settled, as the app does once a
+    // folder's detections are in. A session is its whole folder, whichever files this run
+    // converts of it.
+    const std::vector<SessionDetection> detected = detectPart(queue.sources, sources, settings.sourceFormat,
+                                                              options.common.jobs, options.common.session);
+    for (std::size_t i = 0; i < records.size(); ++i)
+        records[i].from = answerFrom(sources[i], detected[i], settings.sourceFormat.isAuto());
     forEachInOrder(
         paths.size(), options.common.jobs,
         [&](std::size_t i) {
             FileObserver observer(run, i, records[i]);
-            const BounceResult result = convertOne(sources[i], options, settings, observer);
+            const BounceResult result = convertOne(sources[i], detected[i], options, settings, observer);
             std::string line = observer.finished(result);
             return Finished{result, std::move(line)};
         },

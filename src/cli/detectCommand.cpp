@@ -1,8 +1,8 @@
 #include "cli/commands.hpp"
 #include "cli/json.hpp"
-#include "cli/parallel.hpp"
 #include "cli/queue.hpp"
 #include "cli/report.hpp"
+#include "cli/sessions.hpp"
 
 #include <algorithm>
 
@@ -10,8 +10,10 @@ namespace quorvel::cli {
 
 namespace {
 
-std::string jsonLine(const QueuedSource& source, const Detection& outcome, std::int64_t defaultRate, bool autoChoice)
+std::string jsonLine(const QueuedSource& source, const SessionDetection& detected, std::int64_t defaultRate,
+                     bool autoChoice)
 {
+    const Detection& outcome = detected.detection;
     std::string line = "{";
     line += jsonSource(source);
     if (const auto* failed = std::get_if<Unreadable>(&outcome))
@@ -21,7 +23,7 @@ std::string jsonLine(const QueuedSource& source, const Detection& outcome, std::
         line += ",\"channels\":2,\"confidence\":" + (pair->agree ? jsonString(pair->confidence) : std::string("null"));
         line += ",\"status\":" + jsonString(pair->status);
         line += ",\"rate\":" + std::to_string(pair->rate.value_or(defaultRate));
-        return line + ",\"from\":" + jsonString(pair->rate && autoChoice ? "metadata" : "detection") + "}";
+        return line + ",\"from\":" + jsonString(answerFrom(source, detected, autoChoice)) + "}";
     }
 
     const auto& found = std::get<FileDetection>(outcome);
@@ -36,11 +38,10 @@ std::string jsonLine(const QueuedSource& source, const Detection& outcome, std::
         line += jsonString(candidate.rawValue()) + ":" + jsonNumber(found.format.scores[candidate.index()]);
     }
     line += "},\"status\":" + jsonString(found.status);
-    // The rate convert will use: the file's own, else the --source-rate given.
+    // The rate convert will use: the file's own, else its session's, else the --source-rate given.
     const auto& described = found.source.description;
-    line += ",\"rate\":" + std::to_string(described ? described->rate : defaultRate);
-    const bool fromMetadata = described && autoChoice;
-    line += ",\"from\":" + jsonString(fromMetadata ? "metadata" : "detection");
+    line += ",\"rate\":" + std::to_string(found.source.rate().value_or(detected.session.rate.value_or(defaultRate)));
+    line += ",\"from\":" + jsonString(answerFrom(source, detected, autoChoice));
     if (described)
         line += ",\"container\":" + jsonString(found.source.container);
     return line + "}";
@@ -71,6 +72,7 @@ int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err
         else
             err << skippedLine(skipped) << '\n';
     }
+    reportNotAudio(queue, err);
     int status = queue.skipped.empty() ? 0 : 1;
     if (sources.empty()) {
         err << "sd2wav: no .sd2 files found in the given paths\n";
@@ -79,14 +81,14 @@ int runDetect(const DetectOptions& options, std::ostream& out, std::ostream& err
 
     const std::size_t nameWidth = nameColumn(names);
 
-    forEachInOrder(
-        sources.size(), options.jobs, [&](std::size_t i) { return detectQueued(sources[i], options.sourceFormat); },
-        [&](std::size_t i, const Detection& outcome) {
-            if (std::holds_alternative<Unreadable>(outcome))
-                status = 1;
-            report.line(options.json ? jsonLine(sources[i], outcome, options.sourceRate.rawValue(), options.sourceFormat.isAuto())
-                                     : plainLine(names[i], nameWidth, outcome));
-        });
+    detectInSessions(sources, options.sourceFormat, options.jobs, options.session,
+                     [&](std::size_t i, const SessionDetection& detected) {
+                         if (std::holds_alternative<Unreadable>(detected.detection))
+                             status = 1;
+                         report.line(options.json ? jsonLine(sources[i], detected, options.sourceRate.rawValue(),
+                                                             options.sourceFormat.isAuto())
+                                                  : plainLine(names[i], nameWidth, detected.detection));
+                     });
     return std::max(status, report.finish(err));
 }
 

@@ -93,7 +93,7 @@ std::optional<FileStamp> fileStamp(const fs::path& path)
 FileRecord recordBefore(const QueuedSource& source, const std::string& settings)
 {
     return {source, {}, fileStamp(source.path), source.right ? fileStamp(*source.right) : std::nullopt, std::nullopt,
-            settings};
+            settings, {}};
 }
 
 std::string jsonLine(const FileRecord& record)
@@ -110,6 +110,7 @@ std::string jsonLine(const FileRecord& record)
     line += ",\"format\":" + jsonString(r.format.rawValue());
     line += ",\"channels\":" + std::to_string(r.sourceChannels);
     line += std::string(",\"autoCorrected\":") + flag(r.autoCorrected);
+    line += ",\"from\":" + (record.from.empty() ? std::string("null") : jsonString(record.from));
     line += stampFields("size", "modified", record.stamp);
     if (record.source.isPair())
         line += stampFields("rightSize", "rightModified", record.rightStamp);
@@ -126,8 +127,8 @@ std::string settingsJson(const ConvertOptions& options)
            std::string(options.common.sourceFormat.id()) + "\",\"sourceRate\":" +
            std::to_string(options.sourceRate.rawValue()) + ",\"readAs\":\"" +
            std::string(readAsWord(options.channelOverride)) + "\",\"pairs\":" + flag(options.common.joinPairs) +
-           ",\"keepTree\":" + flag(options.keepTree) + ",\"plainWav\":" + flag(options.plainWav) +
-           ",\"originator\":" + jsonString(options.originator) + "}";
+           ",\"keepTree\":" + flag(options.keepTree) + ",\"session\":" + flag(options.common.session) +
+           ",\"plainWav\":" + flag(options.plainWav) + ",\"originator\":" + jsonString(options.originator) + "}";
 }
 
 } // namespace quorvel::cli

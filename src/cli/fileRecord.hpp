@@ -28,13 +28,14 @@ struct FileRecord {
     std::optional<FileStamp> stamp, rightStamp; // rightStamp: a pair's right half
     std::optional<std::int64_t> outputBytes;    // when it converted
     std::string settings;                       // the run's settings, as settingsJson gives them
+    std::string from; // where its encoding, layout and rate came from (answerFrom); empty: unread
 };
 
 // The record of `source` about to be converted under `settings`, with its stamps taken now.
 FileRecord recordBefore(const QueuedSource& source, const std::string& settings);
 
 // One line of JSON: path (and pair), output, ok, status (error), format, channels,
-// autoCorrected, size, modified (rightSize, rightModified), outputSize, settings. Paths whose
+// autoCorrected, from, size, modified (rightSize, rightModified), outputSize, settings. Paths whose
 // bytes are not UTF-8 add rawPath, rawRight or rawOutput.
 std::string jsonLine(const FileRecord& record);
 

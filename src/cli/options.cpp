@@ -138,6 +138,8 @@ DetectOptions parseCommon(const std::vector<std::string_view>& args, std::string
             options.json = true;
         else if (w == "--no-pairs")
             options.joinPairs = false;
+        else if (w == "--no-session")
+            options.session = false;
         else if (reader.takes("--source-format", value))
             options.sourceFormat = parseSourceFormat(value);
         else if (reader.takes("-j", value) || reader.takes("--jobs", value))

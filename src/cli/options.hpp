@@ -23,6 +23,7 @@ struct DetectOptions {
     bool json = false;
     bool help = false;     // -h or --help in an option's place: print usage, nothing else
     bool joinPairs = true; // split-stereo halves (NAME.L + NAME.R) become one stereo source
+    bool session = true;   // a folder's files are evidence for each other
     unsigned jobs = 1;
     std::vector<std::string> paths;
 };

@@ -13,7 +13,14 @@ namespace quorvel::cli {
 Queue queuePaths(const std::vector<std::string>& given, bool joinPairs)
 {
     CollectedPaths intake = collectSd2Paths(PathList(given.begin(), given.end()), {});
-    return {queuedSources(intake, joinPairs), std::move(intake.skipped)};
+    return {queuedSources(intake, joinPairs), std::move(intake.skipped), intake.notAudio};
+}
+
+void reportNotAudio(const Queue& queue, std::ostream& err)
+{
+    if (queue.notAudio > 0)
+        err << "sd2wav: left out " << queue.notAudio << (queue.notAudio == 1 ? " file" : " files")
+            << " without an extension that did not read as audio\n";
 }
 
 bool inShard(const QueuedSource& source, Shard shard)

@@ -17,6 +17,7 @@ namespace quorvel::cli {
 struct Queue {
     std::vector<QueuedSource> sources;
     std::vector<SkippedPath> skipped;
+    std::size_t notAudio = 0; // files with a bare name left out: they do not read as audio
 };
 Queue queuePaths(const std::vector<std::string>& given, bool joinPairs);
 
@@ -27,6 +28,8 @@ bool inShard(const QueuedSource& source, Shard shard);
 
 // "sd2wav: couldn't open DIR: reason", for standard error.
 std::string skippedLine(const SkippedPath& skipped);
+// Says on standard error how many files with a bare name were left out as not audio, if any.
+void reportNotAudio(const Queue& queue, std::ostream& err);
 
 // A source's JSON fields: `"path":…` and, for a pair, `"pair":{"left":…,"right":…}`; a name
 // whose bytes are not UTF-8 adds rawPath or rawRight.

@@ -11,11 +11,11 @@ namespace quorvel::cli {
 
 namespace {
 
-constexpr std::array<std::string_view, 26> kColumns{
-    "path",   "rawPath",      "pair",        "rawRight",      "output",     "rawOutput",  "ok",
-    "status", "error",        "format",      "channels",      "autoCorrected", "size",    "modified",
-    "rightSize", "rightModified", "outputSize", "sha256",     "rightSha256", "audioMD5",  "frames",
-    "rate",   "encodingFrom", "layoutFrom",  "rateFrom",      "settings"};
+constexpr std::array<std::string_view, 27> kColumns{
+    "path",      "rawPath",       "pair",       "rawRight", "output",      "rawOutput", "ok",
+    "status",    "error",         "format",     "channels", "autoCorrected", "from",    "size",
+    "modified",  "rightSize",     "rightModified", "outputSize", "sha256", "rightSha256", "audioMD5",
+    "frames",    "rate",          "encodingFrom", "layoutFrom", "rateFrom", "settings"};
 
 std::string cellOf(const QJsonValue& value)
 {

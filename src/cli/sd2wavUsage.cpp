@@ -10,6 +10,11 @@ OptionDoc sourceFormat()
             "read every file as F instead of detecting it (the layout is still detected); default auto"};
 }
 
+OptionDoc noSession(std::string_view help)
+{
+    return {{"--no-session"}, {}, {}, Offer::nothing, help};
+}
+
 OptionDoc jobs(std::string_view help)
 {
     return {{"-j"}, "N", {}, Offer::nothing, help, {"--jobs"}};
@@ -31,17 +36,22 @@ ProgramDoc sd2wavUsage()
              .summary = "print how each file is encoded and laid out",
              .help = "For each .sd2 file, print its encoding, whether it is mono or stereo and how sure the "
                      "detection is, or what the file's own metadata (resource fork, AppleDouble, MacBinary, "
-                     "AppleSingle) says. PATHs are files or folders; folders are searched through, and \".sd2\" "
-                     "matches in any letter case.",
+                     "AppleSingle) says. PATHs are files or folders; folders are searched through, \".sd2\" "
+                     "matches in any letter case, and files with no extension or only a channel suffix (Gtr.L) "
+                     "are taken when their data reads as audio (given by name, always).",
              .options = {
                  sourceFormat(),
                  {{"--source-rate"}, "HZ", {"44100", "48000", "22050"}, Offer::nothing,
                   "the rate reported for files without their own metadata (default 44100)"},
                  {{"--json"}, {}, {}, Offer::nothing,
-                  "one JSON object per line: path, format, channels, confidence, corr, scores, status, rate, from, "
-                  "container (or path, error); a split-stereo pair adds pair: {left, right}"},
+                  "one JSON object per line: path, format, channels, confidence, corr, scores, status, rate, from "
+                  "(metadata, session, content or detection), container (or path, error); a split-stereo pair "
+                  "adds pair: {left, right}"},
                  {{"--no-pairs"}, {}, {}, Offer::nothing,
                   "keep NAME.L and NAME.R as two mono files instead of joining them into one stereo source"},
+                 noSession("judge every file on its own: by default the files of one folder are one session, and a "
+                           "file without its own metadata takes the rate its folder's forks agree on, an unsure one "
+                           "the encoding and layout at least three sure files agree on"),
                  jobs("files analysed at once (default: number of cores)"),
              },
              .operands = "PATH..."},
@@ -82,14 +92,15 @@ ProgramDoc sd2wavUsage()
                  {{"--shard"}, "K/N", {}, Offer::nothing,
                   "convert only the K-th of N parts of the files found, split by each file's path below its given "
                   "folder (by its name when given by itself): N runs, K = 1…N, convert each file once, whatever "
-                  "machine or mount point"},
+                  "machine or mount point; each file still takes its session's evidence from its whole folder"},
                  jobs("files converted at once (default: number of cores)"),
                  {{"--json"}, {}, {}, Offer::nothing,
                   "one JSON object per line: path, output, ok, status, format, channels, autoCorrected (and error), "
-                  "size and modified (the source's), outputSize, sha256 (the source's), audioMD5, frames, rate (the "
-                  "source's, as read), encodingFrom, layoutFrom and rateFrom (metadata, session, detection, "
-                  "content or set), settings"},
+                  "from (as detect gives it), size and modified (the source's), outputSize, sha256 (the source's), "
+                  "audioMD5, frames, rate (the source's, as read), encodingFrom, layoutFrom and rateFrom (metadata, "
+                  "session, detection, content or set), settings"},
                  {{"--no-pairs"}, {}, {}, Offer::nothing, "convert NAME.L and NAME.R as two mono files"},
+                 noSession("judge every file on its own, as detect --no-session does"),
              },
              .operands = "PATH..."},
             {.name = "verify",

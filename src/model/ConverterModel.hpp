@@ -13,6 +13,8 @@
 #include <QUrl>
 #include <QVariantList>
 
+#include <filesystem>
+#include <map>
 #include <atomic>
 #include <deque>
 #include <memory>
@@ -197,6 +199,10 @@ private:
     void appendItems(const std::vector<FileItemPtr>& added);
     void reportSkipped(const std::vector<SkippedPath>& skipped);
     void detectPairItem(const FileItemPtr& item, SourceFormatChoice choice);
+    // A finished detection: shown on its row, kept as the item's own reading, and once every
+    // detection of its folder is in, the folder's session applied to its rows.
+    void showReading(const FileItemPtr& item, const FileItem::Reading& reading);
+    void settleFolder(const std::filesystem::path& folder);
     void runBatch(const BatchSnapshot& snapshot);
     void pause(double seconds); // the worker's pauses; none once the run is stopped
 
@@ -240,6 +246,7 @@ private:
     bool phaseFailed_ = false;
     std::unique_ptr<PreviewPlayer> previewSound_;
     int lastPendingCount_ = 0;
+    std::map<std::filesystem::path, int> detecting_; // detections running, by folder
     bool takingIn_ = false;
     std::deque<PathList> waitingIntake_;
     QThreadPool intakePool_;

@@ -15,7 +15,7 @@ FileItem::FileItem(const QueuedSource& source)
 }
 
 FileItem::FileItem(const QUrl& url, const QUrl& rightUrl, std::optional<std::filesystem::path> root)
-    : url_(url), rightUrl_(rightUrl), root_(std::move(root))
+    : url_(url), rightUrl_(rightUrl), root_(std::move(root)), sessionFolder_(filePath().parent_path())
 {
 }
 
@@ -84,6 +84,30 @@ std::int64_t FileItem::sourceChannels() const
 SourceFormat FileItem::effectiveFormat(SourceFormatChoice choice) const
 {
     return choice.fixedFormat().value_or(detectedFormat());
+}
+
+SessionAnswer FileItem::session() const
+{
+    SessionAnswer answer;
+    if (const std::int64_t rate = sessionRate_.load())
+        answer.rate = rate;
+    if (const int format = sessionFormat_.load(); format >= 0) {
+        answer.format = static_cast<SourceFormat::Case>(format);
+        answer.channels = detectedChannels();
+    }
+    return answer;
+}
+
+void FileItem::setReading(Reading reading)
+{
+    reading_ = std::move(reading);
+    setSession({});
+}
+
+void FileItem::setSession(const SessionAnswer& answer)
+{
+    sessionRate_ = answer.rate.value_or(0);
+    sessionFormat_ = answer.format ? static_cast<int>(answer.format->index()) : -1;
 }
 
 std::vector<WindowSketch::Lane> FileItem::readingLanes(SourceFormatChoice choice) const

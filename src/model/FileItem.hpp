@@ -4,6 +4,7 @@
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
 #include "core/io/splitStereo.hpp"
+#include "core/session/sessionEvidence.hpp"
 
 #include <QObject>
 #include <QStringList>
@@ -12,6 +13,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <variant>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -22,9 +24,9 @@ namespace quorvel {
 // One queued .sd2 file: shared by the queue, the row that shows it and any background job
 // working on it. Published fields are written on the main thread only.
 //
-// The batch worker reads detectedFormat, overrideChoice and detectedChannels from its own
-// thread while the user may change them; those three are held in atomics, so each read
-// is a whole value and never a race. Every other field is main-thread only.
+// The batch worker reads detectedFormat, overrideChoice, detectedChannels and the session's
+// answer from its own thread while the user may change them; those are held in atomics, so
+// each read is a whole value and never a race. Every other field is main-thread only.
 class FileItem : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString id READ idText CONSTANT)
@@ -88,6 +90,15 @@ public:
     // The override menu's entries in ChannelOverride order: "Auto (Stereo)", "Mono", "Stereo".
     QStringList overrideLabels() const;
 
+    // The folder it sits in: its session.
+    const std::filesystem::path& sessionFolder() const { return sessionFolder_; }
+    // What its own detection found, before its session had a say; nothing while none has
+    // finished, or when the file could not be read.
+    using Reading = std::variant<std::monostate, FileDetection, PairDetection>;
+    const Reading& reading() const { return reading_; }
+    // What its session settled for it.
+    SessionAnswer session() const;
+
     // 1 for a mono override, 2 for stereo, else what detection found; always 2 for a pair.
     std::int64_t sourceChannels() const;
     // The fixed format of a fixed choice, else the detected one.
@@ -109,6 +120,9 @@ public:
     void setStatus(const QString& status);
     void setState(State state);
     void setOutputURL(const QUrl& url);
+    // A new reading of its own, which its session has yet to see.
+    void setReading(Reading reading);
+    void setSession(const SessionAnswer& answer);
     void setSketches(std::shared_ptr<const Sketches> sketches);
 
 signals:
@@ -135,6 +149,10 @@ private:
     QString status_ = QStringLiteral("Ready");
     State state_ = ready;
     QUrl outputURL_;
+    const std::filesystem::path sessionFolder_;
+    Reading reading_;
+    std::atomic<std::int64_t> sessionRate_{0}; // 0: none
+    std::atomic<int> sessionFormat_{-1};       // a SourceFormat's index; −1: none
     std::shared_ptr<const Sketches> sketches_;
 };
 

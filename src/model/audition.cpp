@@ -26,7 +26,7 @@ void ConverterModel::preview(FileItem* item)
     const std::int64_t channels = item->sourceChannels();
     const SourceFormatChoice choice = sourceFormatChoice_;
     const SourceFormat format = item->effectiveFormat(choice);
-    const std::int64_t settingRate = sourceRate_.rawValue();
+    const std::int64_t settingRate = item->session().rate.value_or(sourceRate_.rawValue());
     const std::filesystem::path source = item->filePath();
     const std::optional<std::filesystem::path> right = item->rightFilePath();
     const std::optional<std::filesystem::path> root = item->root();
@@ -42,7 +42,7 @@ void ConverterModel::preview(FileItem* item)
             FileSource audio = findFileSource(source, root);
             const bool read = file.ok() && audio.unreadable.empty() &&
                               guardedRead([&] { audio = checkedSource(std::move(audio), file.bytes(), choice); });
-            const std::int64_t rate = audio.description ? audio.description->rate : settingRate;
+            const std::int64_t rate = audio.rate().value_or(settingRate);
             const std::int64_t frames = rate * kPreviewSeconds;
             PcmBufferPtr excerpt;
             if (read && right) {

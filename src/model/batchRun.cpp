@@ -2,6 +2,7 @@
 #include "core/pipeline/keptTree.hpp"
 #include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/outputNaming.hpp"
+#include "core/pipeline/sessionSettings.hpp"
 #include "core/pipeline/stopBetweenBlocks.hpp"
 #include "core/pipeline/treeFolders.hpp"
 #include "model/ConverterModel.hpp"
@@ -168,9 +169,10 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
 
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
                                 [&] { return item->sourceChannels(); }, item->rightFilePath(), item->root(),
-                                [&] { return item->overrideChoice() != ChannelOverride::automatic; }};
+                                [&] { return item->overrideChoice() != ChannelOverride::automatic; },
+                                item->source().sniffed};
         BatchWorker worker(*this, item, pace, snapshot.tree, folders);
-        const BounceResult result = bounceFile(source, snapshot.settings, worker);
+        const BounceResult result = bounceFile(source, withSession(snapshot.settings, item->session()), worker);
         if (stop_) {
             // Stopped while it was being written: it was not meant to be finished.
             if (result.ok) {

@@ -18,6 +18,7 @@ namespace {
 struct Found {
     fs::path path;
     std::optional<fs::path> root;
+    bool sniffed;
     std::size_t given; // which of the given paths it came from
 };
 
@@ -58,7 +59,7 @@ Place placeOf(const Found& found, const QCollator& collator)
 // which also keeps symlink loops out. A folder that cannot be read (or not to the end)
 // contributes what it can and is reported. Entry types come from the listing itself, so a
 // folder whose path has grown too long to open is still recognised, and reported.
-void walk(const fs::path& folder, std::vector<Found>& out, std::vector<SkippedPath>& skipped, const fs::path& root,
+void walk(const fs::path& folder, std::vector<Found>& out, CollectedPaths& intake, const fs::path& root,
           std::size_t given)
 {
     std::error_code error;
@@ -66,17 +67,19 @@ void walk(const fs::path& folder, std::vector<Found>& out, std::vector<SkippedPa
     for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error))
         entries.push_back(*it);
     if (error)
-        skipped.push_back({folder, error.message()});
+        intake.skipped.push_back({folder, error.message()});
     std::sort(entries.begin(), entries.end());
     for (const fs::directory_entry& entry : entries) {
-        if (isSd2Candidate(entry.path(), root))
-            out.push_back({entry.path(), root, given});
+        const Candidacy candidacy = sd2Candidacy(entry.path(), root);
+        if (candidacy == Candidacy::taken || candidacy == Candidacy::sniffed)
+            out.push_back({entry.path(), root, candidacy == Candidacy::sniffed, given});
+        intake.notAudio += candidacy == Candidacy::notAudio;
         std::error_code typeError;
         const bool symlink = entry.is_symlink(typeError);
         if (!typeError && !symlink && entry.is_directory(typeError))
-            walk(entry.path(), out, skipped, root, given);
-        else if (typeError && !isSd2Candidate(entry.path(), root))
-            skipped.push_back({entry.path(), typeError.message()});
+            walk(entry.path(), out, intake, root, given);
+        else if (typeError && candidacy == Candidacy::skipped)
+            intake.skipped.push_back({entry.path(), typeError.message()});
     }
 }
 
@@ -90,9 +93,9 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
         const fs::path& path = given[i];
         std::error_code error;
         if (fs::is_directory(fs::status(path, error)))
-            walk(path, candidates, intake.skipped, path, i);
-        else if (isSd2Candidate(path, std::nullopt))
-            candidates.push_back({path, std::nullopt, i});
+            walk(path, candidates, intake, path, i);
+        else if (sd2Candidacy(path, std::nullopt) == Candidacy::taken)
+            candidates.push_back({path, std::nullopt, false, i});
         else if (error)
             intake.skipped.push_back({path, error.message()});
     }
@@ -117,6 +120,8 @@ CollectedPaths collectSd2Paths(const PathList& given, const std::set<std::string
     for (Placed& p : fresh) {
         if (p.found.root)
             intake.roots.emplace(p.found.path, *p.found.root);
+        if (p.found.sniffed)
+            intake.sniffed.insert(p.found.path);
         intake.paths.push_back(std::move(p.found.path));
     }
     return intake;
@@ -136,8 +141,10 @@ std::vector<QueuedSource> queuedSources(const CollectedPaths& intake, bool joinP
     else
         for (const fs::path& path : intake.paths)
             sources.push_back({path, std::nullopt});
-    for (QueuedSource& source : sources)
+    for (QueuedSource& source : sources) {
         source.root = intake.rootOf(source.path);
+        source.sniffed = intake.sniffed.contains(source.path);
+    }
     return sources;
 }
 

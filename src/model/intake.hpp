@@ -29,13 +29,18 @@ struct CollectedPaths {
     // The folder each path was found under: the folder given or dropped, as it was given.
     // Paths given by themselves have none.
     std::map<std::filesystem::path, std::filesystem::path> roots;
+    // Files a walk met with a bare name ("Audio 1_01", "Gtr.L"): those taken for what their
+    // data reads as, and how many were left out as not audio.
+    std::set<std::filesystem::path> sniffed;
+    std::size_t notAudio = 0;
 
     std::optional<std::filesystem::path> rootOf(const std::filesystem::path& path) const;
 };
 
 // Finds the .sd2 files among the given paths, the way a drop or an open-with hands them
 // in: folders are walked deeply (hidden entries included, symlinked folders not entered),
-// ".sd2" matches in any letter case, and each file is taken once: paths already queued
+// ".sd2" matches in any letter case, files with a bare name are taken when given and
+// sniffed when walked (sd2Candidacy), and each file is taken once: paths already queued
 // and repeats of one file under another spelling ("A" and "A/take.sd2", a link to it) are
 // left out, judged by the file's identity (queued paths also byte for byte). The new paths
 // are ordered as a file browser would list the given paths side by side: a loose file by its

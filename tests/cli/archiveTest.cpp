@@ -13,7 +13,6 @@
 #include <random>
 #include <regex>
 #include <set>
-#include <sstream>
 #include <thread>
 
 #include <sys/wait.h>
@@ -30,26 +29,9 @@ protected:
     Outcome run(const std::vector<std::string>& args) const { return test::runSd2wav(dir.path(), args); }
     void take(const std::string& name, int seconds = 1) const
     {
-        dir.write(name, test::encode(test::interleave(test::sine(44100 * seconds, 40, 9000),
-                                                      test::sine(44100 * seconds, 25, 7000)),
-                                     SourceFormat::s16be));
+        dir.write(name, test::stereoTake(SourceFormat::s16be, seconds));
     }
-    void noise(const std::string& name) const
-    {
-        std::mt19937 random(7);
-        std::vector<std::uint8_t> bytes(100000);
-        for (auto& b : bytes)
-            b = static_cast<std::uint8_t>(random());
-        dir.write(name, bytes);
-    }
-    // Every file and folder below `folder`, relative to it; folders end in "/".
-    std::set<std::string> tree(const fs::path& folder) const
-    {
-        std::set<std::string> entries;
-        for (const auto& entry : fs::recursive_directory_iterator(dir / folder))
-            entries.insert(entry.path().lexically_relative(dir / folder).string() + (entry.is_directory() ? "/" : ""));
-        return entries;
-    }
+    std::set<std::string> tree(const fs::path& folder) const { return test::tree(dir / folder); }
 
     test::ScratchDir dir;
 };
@@ -63,15 +45,14 @@ TEST_F(Archive, KeepsTheTreeOfEachGivenFolder)
     take("A/PT Session 2/Audio Files/Vox_07.sd2");
     take("A/PT Session 10/Audio Files/Vox_07.sd2");
     take("A/PT Session 10/Bounced Files/Mix.sd2");
-    noise("A/PT Session 10/Fades/noise.sd2");
+    dir.write("A/PT Session 10/Fades/noise.sd2", test::randomBytes(100000, 7));
     take("B/PT Session 2/Audio Files/Vox_07.sd2");
     take("A/loose.sd2");
 
     const Outcome r = run({"convert", "--keep-tree", "A/PT Session 2", "B/PT Session 2", "A/PT Session 10", "A/loose.sd2"});
     EXPECT_EQ(r.exitCode, 1) << "the noise fails";
     std::vector<std::string> order;
-    std::istringstream lines(r.out);
-    for (std::string line; std::getline(lines, line);)
+    for (const std::string& line : test::lines(r.out))
         order.push_back(line.substr(0, line.find(".sd2") + 4));
     EXPECT_EQ(order, (std::vector<std::string>{"A/loose.sd2", "A/PT Session 2/Audio Files/Vox_07.sd2",
                                                "B/PT Session 2/Audio Files/Vox_07.sd2",
@@ -205,7 +186,7 @@ TEST_F(Archive, ReportsChecksumsAnArchivistCanVerify)
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const std::string csv = test::slurp(dir / "r.csv");
     EXPECT_TRUE(csv.starts_with("path,rawPath,pair,rawRight,output,rawOutput,ok,status,error,format,channels,autoCorrected,"
-                                "size,modified,rightSize,rightModified,outputSize,sha256,rightSha256,audioMD5,frames,"
+                                "from,size,modified,rightSize,rightModified,outputSize,sha256,rightSha256,audioMD5,frames,"
                                 "rate,encodingFrom,layoutFrom,rateFrom,settings\r\n")) << csv;
     std::istringstream lines(r.out);
     std::vector<std::string> outputs;

@@ -4,6 +4,7 @@
 #include "support/forks.hpp"
 #include "support/process.hpp"
 #include "support/signals.hpp"
+#include "support/wav.hpp"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -13,7 +14,6 @@
 #include <fstream>
 #include <functional>
 #include <numbers>
-#include <sstream>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -45,15 +45,12 @@ protected:
     }
     fs::path take(const std::string& name, int seconds = 1) const
     {
-        return dir.write(name, test::encode(test::interleave(test::sine(44100 * seconds, 40, 9000),
-                                                             test::sine(44100 * seconds, 25, 7000)),
-                                            SourceFormat::s16be));
+        return dir.write(name, test::stereoTake(SourceFormat::s16be, seconds));
     }
     // The output line for `name`, whatever the column padding.
     static std::string lineFor(const std::string& out, const std::string& name)
     {
-        std::istringstream lines(out);
-        for (std::string line; std::getline(lines, line);)
+        for (const std::string& line : test::lines(out))
             if (line.starts_with(name + " "))
                 return line;
         return "(no line for " + name + " in:\n" + out + ")";
@@ -81,13 +78,10 @@ protected:
         sh("cp \"$S\" sd2wav-copy");
         return "setpriv --reuid=65534 --regid=65534 --clear-groups '" + (dir / "sd2wav-copy").string() + "'";
     }
-    std::vector<std::string> listing(const fs::path& folder) const
+    static std::vector<std::string> listing(const fs::path& folder)
     {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(folder))
-            names.push_back(entry.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
+        const std::set<std::string> names = test::tree(folder);
+        return {names.begin(), names.end()};
     }
 
     test::ScratchDir dir;
@@ -397,10 +391,8 @@ TEST_F(Hostile, SidecarsAboveTheGivenFolderAreNotTheUsers)
                         .ends_with(frames == 96000 ? "16-bit BE (file info) · Stereo · 22.1 kHz" : "(auto) · Stereo · confident"))
             << given << ": " << detect.out;
         ASSERT_EQ(sh("$S convert -o " + out.string() + " " + given).exitCode, 0) << given;
-        SF_INFO info{};
-        if (SNDFILE* wav = sf_open((out / "take_48kHz_24bit_stereo.wav").c_str(), SFM_READ, &info))
-            sf_close(wav);
-        EXPECT_EQ(info.frames, frames) << given << ": the rate the app would use too";
+        EXPECT_EQ(test::readWav(out / "take_48kHz_24bit_stereo.wav").info.frames, frames)
+            << given << ": the rate the app would use too";
     }
 }
 

@@ -7,9 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <random>
 #include <set>
-#include <sstream>
 
 using namespace quorvel;
 namespace fs = std::filesystem;
@@ -44,15 +42,6 @@ protected:
     const fs::path dir = scratch.path();
 };
 
-std::vector<std::string> lines(const std::string& text)
-{
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
-        out.push_back(line);
-    return out;
-}
-
 } // namespace
 
 TEST_F(Sd2wav, DetectPrintsOneStatusLinePerFileInQueueOrder)
@@ -65,7 +54,7 @@ TEST_F(Sd2wav, DetectPrintsOneStatusLinePerFileInQueueOrder)
 
     const Outcome r = run({"detect", (dir / "set").string(), missing});
     EXPECT_EQ(r.exitCode, 1) << "a missing file is an unreadable one";
-    const auto out = lines(r.out);
+    const auto out = test::lines(r.out);
     ASSERT_EQ(out.size(), 3u) << r.out;
     EXPECT_NE(out[0].find("gone.sd2"), std::string::npos);
     EXPECT_NE(out[0].find("Unreadable file (No such file or directory)"), std::string::npos) << out[0];
@@ -90,7 +79,7 @@ TEST_F(Sd2wav, JsonLinesAreTheSameWhateverTheJobCount)
     const Outcome parallel = run({"detect", "--json", "-j2", dir.string()});
     EXPECT_EQ(serial.out, parallel.out);
     EXPECT_EQ(serial.exitCode, 1);
-    const auto out = lines(serial.out);
+    const auto out = test::lines(serial.out);
     ASSERT_EQ(out.size(), 5u) << serial.out;
     EXPECT_EQ(out[0].substr(0, out[0].find(",\"corr\"")),
               "{\"path\":\"" + take + "\",\"format\":\"s16be\",\"channels\":1,\"confidence\":\"confident\"");
@@ -107,7 +96,9 @@ TEST_F(Sd2wav, UsageErrorsExitWithTwo)
 {
     for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
              {}, {"detect"}, {"detect", "--source-format", "s32le", "x.sd2"}, {"detect", "-j", "0", "x.sd2"},
-             {"detect", "--frobnicate", "x.sd2"}, {"convert-all"}, {"detect", "--source-format"}}) {
+             {"detect", "--frobnicate", "x.sd2"}, {"convert-all"}, {"detect", "--source-format"},
+             {"convert", "--rate", "44000", "x.sd2"}, {"convert", "--depth", "8", "x.sd2"},
+             {"convert", "--channels", "Stereo", "x.sd2"}, {"convert", "-o", "", "x.sd2"}, {"convert"}}) {
         const Outcome r = run(args);
         EXPECT_EQ(r.exitCode, 2) << r.err;
         EXPECT_TRUE(r.err.starts_with("sd2wav: ")) << r.err;
@@ -136,7 +127,7 @@ TEST_F(Sd2wav, DemoWritesEveryEncodingAndLayoutAndDetectsThem)
 {
     const Outcome r = run({"demo", (dir / "demo").string()});
     EXPECT_EQ(r.exitCode, 0) << r.err;
-    const auto out = lines(r.out);
+    const auto out = test::lines(r.out);
     ASSERT_EQ(out.size(), 9u) << r.out;
     for (std::size_t i = 1; i < out.size(); ++i) {
         // Each name states its true encoding and layout; detection must agree.
@@ -166,19 +157,13 @@ TEST_F(Sd2wav, ConvertWritesWavFilesThatOtherToolsRead)
     const auto stereo = test::interleave(test::sine(44100, 40, 10000), test::sine(44100, 25, 8000));
     write("a/take.sd2", test::encode(stereo, SourceFormat::s24le));
     write("b/take.sd2", test::encode(test::sine(22050, 30, 10000), SourceFormat::s16be));
-    write("b/hiss.sd2", [] {
-        std::mt19937 random(1);
-        std::vector<std::uint8_t> noise(100000);
-        for (auto& b : noise)
-            b = static_cast<std::uint8_t>(random());
-        return noise;
-    }());
+    write("b/hiss.sd2", test::randomBytes(100000, 1));
 
     // Same-named sources in two folders: the "(2)" goes to the later one in queue order, whatever -j is.
     const Outcome serial = run({"convert", "--json", "-j", "1", "-o", (dir / "out1").string(), (dir / "a").string(), (dir / "b").string()});
     const Outcome parallel = run({"convert", "--json", "-j", "2", "-o", (dir / "out2").string(), (dir / "a").string(), (dir / "b").string()});
     EXPECT_EQ(serial.exitCode, 1) << "the static file fails";
-    const auto out = lines(serial.out);
+    const auto out = test::lines(serial.out);
     ASSERT_EQ(out.size(), 3u) << serial.out << serial.err;
     EXPECT_NE(out[0].find("\"status\":\"Bounced → take_48kHz_24bit_stereo.wav\",\"format\":\"s24le\",\"channels\":2"), std::string::npos) << out[0];
     EXPECT_NE(out[1].find("\"ok\":false,\"status\":\"Reads as static — try another source format in Advanced\""), std::string::npos) << out[1];
@@ -209,14 +194,6 @@ TEST_F(Sd2wav, ConvertDefaultsBesideTheFirstFileAndReportsFailures)
     const Outcome unreadable = run({"convert", (dir / "gone.sd2").string()});
     EXPECT_EQ(unreadable.exitCode, 1);
     EXPECT_NE(unreadable.out.find("Couldn't read the file (No such file or directory)"), std::string::npos) << unreadable.out;
-
-    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-             {"convert", "--rate", "44000", "x.sd2"}, {"convert", "--depth", "8", "x.sd2"},
-             {"convert", "--channels", "Stereo", "x.sd2"}, {"convert", "-o", "", "x.sd2"}, {"convert"}}) {
-        const Outcome r = run(args);
-        EXPECT_EQ(r.exitCode, 2) << args.back();
-        EXPECT_TRUE(r.err.starts_with("sd2wav: ")) << r.err;
-    }
 }
 
 TEST_F(Sd2wav, JoinsSplitStereoPairsUnlessAskedNotTo)
@@ -229,7 +206,7 @@ TEST_F(Sd2wav, JoinsSplitStereoPairsUnlessAskedNotTo)
     write("session/Take.sd2", tone(19));
     const std::string session = (dir / "session").string();
 
-    const auto detected = lines(run({"detect", session}).out);
+    const auto detected = test::lines(run({"detect", session}).out);
     ASSERT_EQ(detected.size(), 4u);
     EXPECT_NE(detected[1].find("Gtr.L.sd2 + R  16-bit BE (auto) · Stereo (L + R) · "), std::string::npos) << detected[1];
     EXPECT_NE(run({"detect", "--json", session}).out.find(
@@ -238,13 +215,20 @@ TEST_F(Sd2wav, JoinsSplitStereoPairsUnlessAskedNotTo)
 
     const Outcome converted = run({"convert", "--channels", "preserve", "-o", (dir / "out-pairs").string(), session});
     EXPECT_EQ(converted.exitCode, 0) << converted.out;
-    std::set<std::string> written;
-    for (const auto& entry : fs::directory_iterator(dir / "out-pairs"))
-        written.insert(entry.path().filename().string());
-    EXPECT_EQ(written, (std::set<std::string>{"Bass.L_48kHz_24bit_mono.wav", "Gtr_48kHz_24bit_stereo.wav",
+    EXPECT_EQ(test::tree(dir / "out-pairs"), (std::set<std::string>{"Bass.L_48kHz_24bit_mono.wav", "Gtr_48kHz_24bit_stereo.wav",
                                               "Mix.C_48kHz_24bit_mono.wav", "Take_48kHz_24bit_mono.wav"}));
 
-    EXPECT_EQ(lines(run({"detect", "--no-pairs", session}).out).size(), 5u);
+    EXPECT_EQ(test::lines(run({"detect", "--no-pairs", session}).out).size(), 5u);
+
+    // Pro Tools names without the extension are found by their content in a walk.
+    write("bare/Gtr.L", tone(20));
+    write("bare/Gtr.R", tone(27));
+    write("bare/notes", std::vector<std::uint8_t>(5000, 'x'));
+    const Outcome bare = run({"detect", "--json", (dir / "bare").string()});
+    EXPECT_EQ(bare.err, "sd2wav: left out 1 file without an extension that did not read as audio\n");
+    ASSERT_EQ(test::lines(bare.out).size(), 1u) << bare.out;
+    EXPECT_NE(bare.out.find("\"right\":\"" + (dir / "bare/Gtr.R").string()), std::string::npos) << bare.out;
+    EXPECT_TRUE(bare.out.ends_with(",\"from\":\"content\"}\n")) << bare.out;
 }
 
 // A file's own metadata names its rate and where it came from; convert uses that rate.
@@ -259,7 +243,7 @@ TEST_F(Sd2wav, MetadataGivesTheRateDetectReportsAndConvertUses)
 
     const Outcome r = run({"detect", "--json", "--source-rate", "48000", (dir / "s").string()});
     ASSERT_EQ(r.exitCode, 0) << r.err;
-    const auto out = lines(r.out);
+    const auto out = test::lines(r.out);
     ASSERT_EQ(out.size(), 3u) << r.out;
     EXPECT_TRUE(out[0].ends_with("\"status\":\"16-bit BE (file info) · Stereo · 48 kHz\",\"rate\":48000,"
                                  "\"from\":\"metadata\",\"container\":\"AppleDouble\"}"))
@@ -274,4 +258,48 @@ TEST_F(Sd2wav, MetadataGivesTheRateDetectReportsAndConvertUses)
     const auto frames = [](const fs::path& wav) { return test::chunksOf(wav)["data"].size() / 4; };
     EXPECT_EQ(frames(dir / "o/Mix 3_44.1kHz_16bit_stereo.wav"), 44100u);
     EXPECT_EQ(frames(dir / "o/Take 1_44.1kHz_16bit_stereo.wav"), 96000u);
+}
+
+// The folder a file sits in is its session: forks there give the rate, and three confident
+// readings settle the file that cannot tell. Folders never vote for each other.
+TEST_F(Sd2wav, ASessionSettlesItsUnsureFilesBeforeAnythingIsPrinted)
+{
+    const auto take = test::encode(test::interleave(test::sine(24000, 40, 900000), test::sine(24000, 25, 700000)), SourceFormat::s24be);
+    write("A/a.sd2", take);
+    write("A/b.sd2", take);
+    write("A/c.sd2", take);
+    write("A/._c.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "2"})));
+    const std::string quiet = write("A/quiet.sd2", std::vector<std::uint8_t>(60000, 0));
+    write("A/sub/lone.sd2", std::vector<std::uint8_t>(60000, 0));
+    const std::string folder = (dir / "A").string();
+
+    const auto detected = test::lines(run({"detect", folder}).out);
+    ASSERT_EQ(detected.size(), 5u);
+    EXPECT_TRUE(detected[0].ends_with("24-bit BE (auto) · Stereo · confident · 48 kHz (session)")) << detected[0];
+    EXPECT_TRUE(detected[3].ends_with("quiet.sd2     24-bit BE (auto) · Stereo · session · 48 kHz (session)")) << detected[3];
+    EXPECT_TRUE(detected[4].ends_with("lone.sd2  16-bit BE (auto) · Mono · silent/constant")) << detected[4];
+    const std::string plain = run({"detect", "--no-session", quiet, folder + "/a.sd2"}).out;
+    EXPECT_TRUE(plain.ends_with("a.sd2      24-bit BE (auto) · Stereo · confident\n" + quiet +
+                                "  16-bit BE (auto) · Mono · silent/constant\n")) << plain;
+
+    const auto json = test::lines(run({"detect", "--json", folder}).out);
+    ASSERT_EQ(json.size(), 5u);
+    EXPECT_NE(json[3].find("\"format\":\"s24be\",\"channels\":2,\"confidence\":\"session\""), std::string::npos) << json[3];
+    EXPECT_TRUE(json[3].ends_with("\"rate\":48000,\"from\":\"session\"}")) << json[3];
+
+    // Split in shards, each file still hears its whole folder: the fork's file is converted
+    // by another shard than the quiet one.
+    for (const char* shard : {"1/3", "2/3", "3/3"}) {
+        const Outcome part =
+            run({"convert", "--json", "--shard", shard, "--channels", "preserve", "-o", (dir / "wav").string(), folder});
+        ASSERT_EQ(part.exitCode, 0) << part.out;
+        if (part.out.find("quiet.sd2") == std::string::npos)
+            continue;
+        EXPECT_EQ(part.out.find("c.sd2"), std::string::npos) << part.out;
+        EXPECT_NE(part.out.find("\"autoCorrected\":false,\"from\":\"session\""), std::string::npos) << part.out;
+    }
+    EXPECT_EQ(probe(dir / "wav/a_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,24000\n") << "at the session's rate";
+    EXPECT_EQ(probe(dir / "wav/quiet_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,10000\n") << "in its encoding and layout";
+    ASSERT_EQ(run({"convert", "--no-session", "--channels", "preserve", "-o", (dir / "wav-plain").string(), quiet}).exitCode, 0);
+    EXPECT_EQ(probe(dir / "wav-plain/quiet_48kHz_24bit_mono.wav"), "pcm_s24le,48000,1,32653\n");
 }

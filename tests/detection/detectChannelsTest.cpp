@@ -97,6 +97,10 @@ TEST(DetectChannels, DecisionBoundaries)
     EXPECT_EQ(decide(0.98, far, 0.999, 0.9), (ChannelDetection{1, "verify by ear", far}))
         << "distances this far apart are a clear verdict, but not a confident one against the frames";
     EXPECT_EQ(decide(0.98, far, 0.999, 0.998), (ChannelDetection{1, "confident", far}));
+    // Frames far from their neighbours across frames (hiss common to two channels) are no
+    // mono recording: the verdict stands, the confidence does not.
+    EXPECT_EQ(decide(0.2, -0.2, 0.3, 0.1), (ChannelDetection{1, "confident", -0.2}));
+    EXPECT_EQ(decide(0.2, -0.2, 0.30001, 0.1), (ChannelDetection{1, "verify by ear", -0.2}));
 
     // Under −70 dBFS the table still decides the layout, but never confidently.
     EXPECT_EQ(decide(0.98, 0.5, 0.1, 0.1, kNearlySilentPeak), (ChannelDetection{2, "confident", 0.5}));

@@ -17,9 +17,10 @@ FileDetection half(const std::vector<std::int32_t>& samples, SourceFormat format
 
 TEST(DetectPair, MonoHalvesInOneEncodingAreOneStereoSource)
 {
-    const auto right = half(test::sine(40000, 31, 8000), SourceFormat::s24le);
-    // A muted half has no say in the encoding.
-    for (const auto& left : {half(test::sine(40000, 20, 10000), SourceFormat::s24le), half(std::vector<std::int32_t>(40000, 0), SourceFormat::s24le)}) {
+    const auto right = half(test::sine(40000, 31, 800000), SourceFormat::s24le);
+    // A muted half has no say in the encoding, nor has a quiet one (−60 dBFS) against a loud one.
+    for (const auto& left : {half(test::sine(40000, 20, 10000), SourceFormat::s24le), half(std::vector<std::int32_t>(40000, 0), SourceFormat::s24le),
+                             half(test::noise(40000, 8389), SourceFormat::s24le)}) {
         SCOPED_TRACE("left: " + left.status);
         const PairDetection pair = detectPair(left, right, SourceFormatChoice::automatic());
         EXPECT_TRUE(pair.agree);

@@ -229,15 +229,17 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     EXPECT_TRUE(fixed->status.starts_with("16-bit LE (set)")) << fixed->status;
     EXPECT_EQ(fixed->source.description->rate, 48000);
 
-    // Metadata that reads as static in its own encoding: detection takes over and says so.
+    // Metadata whose encoding reads as static where another reads clearly: detection takes over
+    // the encoding and says so; the rate stays the file's.
     const fs::path lying = dir.write("lying.sd2", stereoSine(SourceFormat::s16le));
     dir.write("._lying.sd2", test::appleDouble(test::resourceFork({"3", "48000", "1"})));
     const MappedFile lyingFile = MappedFile::open(lying);
     const auto detected = detectSource(lying, lyingFile.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
     ASSERT_TRUE(detected);
-    EXPECT_EQ(detected->status, "16-bit LE (auto) · Stereo · confident · file info did not match the audio");
+    EXPECT_EQ(detected->status,
+              "16-bit LE (auto) · Stereo · confident · 48 kHz (file info) · encoding corrected from 24-bit BE");
     EXPECT_FALSE(detected->source.description);
-    EXPECT_TRUE(detected->source.mismatched);
+    EXPECT_EQ(detected->source.rate(), 48000);
 }
 
 // libsndfile's own SD2 writer puts a bare fork in "._NAME" on systems without forks: an

@@ -2,6 +2,7 @@
 #include "support/files.hpp"
 #include "support/forks.hpp"
 #include "support/signals.hpp"
+#include "support/wav.hpp"
 
 #include <QAbstractItemModelTester>
 #include <QAudioDevice>
@@ -15,8 +16,6 @@
 #include <numeric>
 #include <mutex>
 #include <new>
-#include <random>
-#include <sndfile.h>
 
 using namespace quorvel;
 
@@ -60,32 +59,14 @@ struct Recorder {
     QStringList matching(const QString& prefix) const { return log.filter(QRegularExpression("^" + QRegularExpression::escape(prefix))); }
 };
 
-std::vector<std::uint8_t> music(SourceFormat format, int seconds = 1)
-{
-    const auto left = test::sine(44100 * seconds, 40, format.bytesPerSample() == 2 ? 9000 : 2000000);
-    const auto right = test::sine(44100 * seconds, 25, format.bytesPerSample() == 2 ? 7000 : 1500000);
-    return test::encode(test::interleave(left, right), format);
-}
-
-std::vector<std::uint8_t> noise()
-{
-    std::mt19937 random(9);
-    std::vector<std::uint8_t> bytes(100000);
-    for (auto& b : bytes)
-        b = static_cast<std::uint8_t>(random());
-    return bytes;
-}
+std::vector<std::uint8_t> noise() { return test::randomBytes(100000, 9); }
 
 sf_count_t framesIn(const QString& path, int* rate = nullptr)
 {
-    SF_INFO info{};
-    SNDFILE* file = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info);
-    if (!file)
-        return -1;
-    sf_close(file);
+    const test::Wav wav = test::readWav(QFile::encodeName(path).toStdString());
     if (rate)
-        *rate = info.samplerate;
-    return info.frames;
+        *rate = wav.info.samplerate;
+    return wav.info.frames;
 }
 
 QUrl url(const std::filesystem::path& path) { return QUrl::fromLocalFile(QString::fromStdString(path.string())); }
@@ -140,7 +121,7 @@ class ConverterModelTest : public QObject {
     {
         QList<QUrl> urls;
         for (int i = 1; i <= n; ++i)
-            urls << url(dir.write(folder + "/take " + std::to_string(i) + ".sd2", music(SourceFormat::s16be)));
+            urls << url(dir.write(folder + "/take " + std::to_string(i) + ".sd2", test::stereoTake()));
         add(urls);
         waitForDetection();
     }
@@ -176,10 +157,10 @@ private slots:
 
     void intakeOrderAndDeduplication()
     {
-        const auto t10 = dir.write("Take 10.sd2", music(SourceFormat::s16be));
-        const auto t2 = dir.write("take 2.SD2", music(SourceFormat::s16be));
-        const auto t1 = dir.write("Take 1.sd2", music(SourceFormat::s16be));
-        dir.write("b/other.sd2", music(SourceFormat::s16be));
+        const auto t10 = dir.write("Take 10.sd2", test::stereoTake());
+        const auto t2 = dir.write("take 2.SD2", test::stereoTake());
+        const auto t1 = dir.write("Take 1.sd2", test::stereoTake());
+        dir.write("b/other.sd2", test::stereoTake());
         QSignalSpy pending(model.get(), &ConverterModel::pendingCountChanged);
         add({url(t10), url(t2), url(t1), url(dir / "notes.wav")});
         QStringList names;
@@ -202,7 +183,7 @@ private slots:
 
     void intakeSaysWhatItCouldNotOpen()
     {
-        add({url(dir / "gone"), url(dir.write("a.sd2", music(SourceFormat::s16be)))});
+        add({url(dir / "gone"), url(dir.write("a.sd2", test::stereoTake()))});
         QCOMPARE(model->queue().size(), 1u);
         QCOMPARE(model->statusLine(), QStringLiteral("Couldn't open gone: No such file or directory"));
         add({url(dir / "gone"), url(dir / "gone too")});
@@ -276,7 +257,7 @@ private slots:
 
     void detectionResults()
     {
-        add({url(dir.write("a.sd2", music(SourceFormat::s24le))), url(dir / "gone.sd2")});
+        add({url(dir.write("a.sd2", test::stereoTake(SourceFormat::s24le))), url(dir / "gone.sd2")});
         waitForDetection();
         const FileItemPtr gone = model->queue()[1], a = model->queue()[0];
         QCOMPARE(gone->status(), QStringLiteral("Unreadable file"));
@@ -318,17 +299,19 @@ private slots:
         QCOMPARE(a->state(), FileItem::done);
     }
 
-    // A classic Mac file whose fork, unpacked from a Finder zip, lies in __MACOSX: queued only
-    // when the folder dropped holds that too (as in sd2wav), described by the fork, and
-    // bounced from its own 48 kHz rather than the 44.1 kHz setting; never through a link
-    // left where _sd2_outputs goes.
+    // A classic Mac file whose fork, unpacked from a Finder zip, lies in __MACOSX: described by
+    // the fork only when the folder dropped holds that too (as in sd2wav; without it, the file
+    // is found by its content), and bounced from its own 48 kHz rather than the 44.1 kHz
+    // setting; never through a link left where _sd2_outputs goes.
     void fileInfoFromASidecar()
     {
         const auto samples = test::sine(48000, 40, 2000000);
         dir.write("zip/mac/Mix 3", test::encode(samples, SourceFormat::s24be));
         dir.write("zip/__MACOSX/mac/._Mix 3", test::appleDouble(test::resourceFork({"3", "48000.000000", "1"})));
         add({url(dir / "zip/mac")});
-        QCOMPARE(model->queue().size(), 0u);
+        waitForDetection();
+        QCOMPARE(model->queue()[0]->status(), QStringLiteral("24-bit BE (auto) · Mono · confident"));
+        model->clear();
         add({url(dir / "zip")});
         QCOMPARE(model->queue().size(), 1u);
         waitForDetection();
@@ -348,6 +331,27 @@ private slots:
         QCOMPARE(item->outputURL().fileName(), QStringLiteral("Mix 3_48kHz_24bit_stereo.wav"));
         int rate = 0;
         QCOMPARE(framesIn(item->outputURL().toLocalFile(), &rate), sf_count_t{48000});
+        QCOMPARE(rate, 48000);
+    }
+
+    // Once a folder is detected, its fork's rate and its three sure readings settle the rest,
+    // and a run converts them so, noise too: a noisy reading is no evidence against its session.
+    void sessionSettlesRowsInPlace()
+    {
+        for (const char* name : {"take 1.sd2", "take 2.sd2", "take 3.sd2"})
+            dir.write(std::string("sess/") + name, test::stereoTake(SourceFormat::s24be));
+        dir.write("sess/._take 3.sd2", test::appleDouble(test::resourceFork({"3", "48000.000000", "2"})));
+        dir.write("sess/hiss.sd2", noise());
+        add({url(dir / "sess")});
+        waitForDetection();
+        const FileItemPtr hiss = model->queue()[0], take = model->queue()[1];
+        QCOMPARE(hiss->status(), QStringLiteral("24-bit BE (auto) · Stereo · session · 48 kHz (session)"));
+        QCOMPARE(take->status(), QStringLiteral("24-bit BE (auto) · Stereo · confident · 48 kHz (session)"));
+
+        runBatch();
+        int rate = 0;
+        QCOMPARE(framesIn(hiss->outputURL().toLocalFile(), &rate), sf_count_t{100000 / 6});
+        QCOMPARE(framesIn(take->outputURL().toLocalFile(), &rate), sf_count_t{44100}); // 48 kHz to 48 kHz
         QCOMPARE(rate, 48000);
     }
 
@@ -407,7 +411,7 @@ private slots:
     void failuresAndRetries()
     {
         queueFiles(3);
-        const auto hiss = dir.write("set/take 4.sd2", noise());
+        const auto hiss = dir.write("alone/take 4.sd2", noise()); // no session to settle it
         add({url(hiss), url(dir / "set" / "take 5.sd2")});
         waitForDetection();
         model->queue()[0]->setState(FileItem::done);
@@ -504,7 +508,7 @@ private slots:
 
     void auditionAndReveal()
     {
-        const auto stereo = dir.write("drums.sd2", music(SourceFormat::s16be, 5));
+        const auto stereo = dir.write("drums.sd2", test::stereoTake(SourceFormat::s16be, 5));
         const auto tiny = dir.write("tiny.sd2", {1});
         add({url(stereo), url(tiny), url(dir / "gone.sd2")});
         waitForDetection();
@@ -592,7 +596,7 @@ private slots:
         if (!QMediaDevices::audioOutputs().isEmpty())
             QSKIP("this machine has an audio output");
         ConverterModel real(ModelServices::system());
-        real.addURLs({url(dir.write("x.sd2", music(SourceFormat::s16be)))});
+        real.addURLs({url(dir.write("x.sd2", test::stereoTake()))});
         QTRY_VERIFY(!real.takingIn());
         real.preview(real.queue()[0].get());
         QTRY_COMPARE(real.statusLine(), QStringLiteral("Could not play preview."));

@@ -2,6 +2,7 @@
 #include "model/intake.hpp"
 #include "support/files.hpp"
 #include "support/forks.hpp"
+#include "support/signals.hpp"
 
 #include <gtest/gtest.h>
 
@@ -146,7 +147,40 @@ TEST_F(Intake, QueuesSd2fFilesByTheirTypeAndNeverTheirSidecars)
     EXPECT_EQ(names(collectSd2Paths({dir / "drop"}, {}).paths),
               (Names{"drop/Mix 3", "drop/Mix 3.1", "drop/Session/Audio Files/Mix 4", "drop/Single", "drop/Take.bin",
                      "drop/take.sd2"}));
-    // Given one by one, the same rules hold.
+    // Given one by one, the same rules hold; and a bare name given is always taken.
     EXPECT_EQ(names(collectSd2Paths({dir / "drop/Mix 3", dir / "drop/._take.sd2", dir / "drop/notes"}, {}).paths),
-              (Names{"drop/Mix 3"}));
+              (Names{"drop/Mix 3", "drop/notes"}));
+}
+
+// A walk sniffs bare names (no extension, or only a channel suffix): audio, quiet audio
+// (peaking at −75 dBFS) included, is queued, other files (silence too) are counted and left out. Named explicitly, a bare name is always taken.
+TEST_F(Intake, SniffsBareNamesInAWalk)
+{
+    const auto tone = [](double period) { return test::encode(test::sine(40000, period, 9000), SourceFormat::s16be); };
+    test::Bytes wav = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E'};
+    const test::Bytes data = tone(20);
+    wav.insert(wav.end(), data.begin(), data.end());
+    std::string text;
+    while (text.size() < 60000)
+        text += "Session notes: comp the second verse from takes 3 and 7, ride the vocal up 2 dB.\n";
+    dir.write("drop/Audio 1_01", tone(20));
+    dir.write("drop/Cue", test::encode(test::joined(test::ditheredSilence(20000), test::sine(40000, 50, 6)), SourceFormat::s16be));
+    dir.write("drop/Gtr.L", tone(27));
+    dir.write("drop/Gtr.r", tone(31));
+    dir.write("drop/Gtr.v2.L", tone(33));
+    dir.write("drop/Take", wav);
+    dir.write("drop/readme", test::Bytes(text.begin(), text.end()));
+    dir.write("drop/room", std::vector<std::uint8_t>(60000, 0));
+
+    const CollectedPaths walked = collectSd2Paths({dir / "drop"}, {});
+    EXPECT_EQ(names(walked.paths), (Names{"drop/Audio 1_01", "drop/Cue", "drop/Gtr.L", "drop/Gtr.r"}));
+    EXPECT_EQ(walked.sniffed, std::set<fs::path>(walked.paths.begin(), walked.paths.end()));
+    EXPECT_EQ(walked.notAudio, 3u);
+    const std::vector<QueuedSource> pair = queuedSources(walked, true);
+    ASSERT_EQ(pair.size(), 3u);
+    EXPECT_TRUE(pair[2].isPair() && pair[2].sniffed);
+
+    const CollectedPaths given = collectSd2Paths({dir / "drop/Take", dir / "drop/readme", dir / "drop/Gtr.v2.L"}, {});
+    EXPECT_EQ(names(given.paths), (Names{"drop/readme", "drop/Take"}));
+    EXPECT_TRUE(given.sniffed.empty());
 }

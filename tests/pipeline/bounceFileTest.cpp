@@ -3,9 +3,9 @@
 #include "support/files.hpp"
 #include "support/printers.hpp"
 #include "support/signals.hpp"
+#include "support/wav.hpp"
 
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 #include <atomic>
 #include <functional>
@@ -43,14 +43,7 @@ std::vector<std::int32_t> wideStereo(double scale)
     return test::interleave(test::sine(60000, 37, scale), right);
 }
 
-sf_count_t framesIn(const fs::path& path)
-{
-    SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (file)
-        sf_close(file);
-    return file ? info.frames : -1;
-}
+sf_count_t framesIn(const fs::path& path) { return test::readWav(path).info.frames; }
 
 class BounceFile : public ::testing::Test {
 protected:
@@ -64,7 +57,7 @@ protected:
 
 TEST_F(BounceFile, ConvertsAndReportsEachStep)
 {
-    const auto path = dir.write("Kick 01.sd2", test::encode(test::interleave(test::sine(44100, 40, 9000), test::sine(44100, 25, 7000)), SourceFormat::s16be));
+    const auto path = dir.write("Kick 01.sd2", test::stereoTake());
     settings.normalize = true;
     settings.channels = TargetChannels::mono;
     settings.sourceRate = 48000;
@@ -77,14 +70,11 @@ TEST_F(BounceFile, ConvertsAndReportsEachStep)
 
 // The encoding in use stands unless it reads as static, stereo judged channel by channel
 // (wide stereo's neighbours belong to unrelated channels and score low even in the right
-// encoding); then another encoding is taken if one reads clearly, judged the same way.
+// encoding); then another encoding is taken if one reads clearly, judged the same way. Noise
+// in the encoding its session settled converts as read; under a fixed choice it is refused.
 TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
 {
-    std::mt19937 random(5);
-    std::vector<std::uint8_t> noise(200000);
-    for (auto& b : noise)
-        b = static_cast<std::uint8_t>(random());
-    dir.write("hiss.sd2", noise);
+    dir.write("hiss.sd2", test::randomBytes(200000, 5));
     dir.write("tone.sd2", test::encode(test::sine(40000, 20, 10000), SourceFormat::s16be));
     dir.write("wide.sd2", test::encode(wideStereo(6000), SourceFormat::s16be));
     const std::string noEncoding = ", and no other encoding reads clearly as audio";
@@ -95,6 +85,7 @@ TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
         std::int64_t channels;
         std::optional<SourceFormat> converted; // none: refused as static, for `reason`
         std::string reason;
+        bool session = false;
     };
     const auto automatic = SourceFormatChoice::automatic();
     const Case cases[] = {
@@ -105,9 +96,11 @@ TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
         {"wide.sd2", automatic, SourceFormat::s16be, 1, std::nullopt, "the data reads as noise in 16-bit BE" + noEncoding},
         {"hiss.sd2", SourceFormatChoice::fixed(SourceFormat::s24le), SourceFormat::s16be, 2, std::nullopt,
          "the data reads as noise in 24-bit LE" + noEncoding},
+        {"hiss.sd2", SourceFormatChoice::fixed(SourceFormat::s16be), SourceFormat::s24le, 2, SourceFormat::s16be, "", true},
     };
     for (const Case& c : cases) {
         settings.sourceFormat = c.choice;
+        settings.sessionFormat = c.session;
         recorder.steps.clear();
         const BounceResult r = bounceFile(itemFor(dir / c.file, c.inUse, c.channels), settings, recorder);
         const std::string label = std::string(c.file) + " as " + std::string(c.choice.fixedFormat().value_or(c.inUse).rawValue());
@@ -131,7 +124,27 @@ TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
         const auto frames = static_cast<sf_count_t>(fs::file_size(dir / c.file)) / 2 / c.channels;
         EXPECT_EQ(framesIn(r.output), frames * 48000 / 44100) << label;
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(settings.outputFolder), {}), 4) << "nothing written for static data";
+    EXPECT_EQ(std::distance(fs::directory_iterator(settings.outputFolder), {}), 5) << "nothing written for static data";
+}
+
+// Quiet is not static: a take brought down 60 to 90 dB is dither and a whisper of signal,
+// as rough as noise, and converts as it is read; noise louder than −50 dBFS is refused.
+TEST_F(BounceFile, QuietTakesConvertAsRead)
+{
+    const struct {
+        SourceFormat format;
+        double dBFS;
+    } cases[] = {{SourceFormat::s16be, -60}, {SourceFormat::s16le, -78}, {SourceFormat::s16be, -90}, {SourceFormat::s24be, -60},
+                 {SourceFormat::s24le, -78}, {SourceFormat::s24be, -90}, {SourceFormat::s16le, -49}, {SourceFormat::s24le, -49}};
+    for (const auto& c : cases) {
+        const double fullScale = c.format.bytesPerSample() == 2 ? 32768 : 8388608;
+        const auto amplitude = static_cast<std::int32_t>(std::lround(fullScale * std::pow(10.0, c.dBFS / 20)));
+        const auto take = dir.write("take.sd2", test::encode(test::noise(60000, amplitude), c.format));
+        const BounceResult r = bounceFile(itemFor(take, c.format, 1), settings, recorder);
+        EXPECT_EQ(r.ok, c.dBFS < -50) << c.format.rawValue() << " at " << c.dBFS << " dBFS: " << r.status;
+        EXPECT_EQ(r.format, c.format);
+        EXPECT_FALSE(r.autoCorrected);
+    }
 }
 
 TEST_F(BounceFile, FailureTexts)
@@ -202,13 +215,7 @@ TEST_F(BounceFile, SilenceConvertsToSilence)
     ASSERT_TRUE(r.ok) << r.status << " " << r.reason;
     EXPECT_FALSE(r.autoCorrected);
     EXPECT_EQ(r.format, SourceFormat::s24le);
-    SF_INFO info{};
-    SNDFILE* wav = sf_open(r.output.c_str(), SFM_READ, &info);
-    ASSERT_TRUE(wav);
-    std::vector<int> samples(static_cast<std::size_t>(info.frames * info.channels));
-    EXPECT_EQ(sf_read_int(wav, samples.data(), std::ssize(samples)), 20000 * 2);
-    sf_close(wav);
-    EXPECT_EQ(std::count(samples.begin(), samples.end(), 0), std::ssize(samples));
+    EXPECT_EQ(test::readWav(r.output).samples, std::vector<std::int32_t>(20000 * 2, 0));
 
     // Dithered silence too, in any encoding.
     settings.sourceFormat = SourceFormatChoice::fixed(SourceFormat::s16le);

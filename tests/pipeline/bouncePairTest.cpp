@@ -3,9 +3,9 @@
 #include "support/files.hpp"
 #include "support/riff.hpp"
 #include "support/signals.hpp"
+#include "support/wav.hpp"
 
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 using namespace quorvel;
 namespace fs = std::filesystem;
@@ -13,22 +13,6 @@ namespace fs = std::filesystem;
 namespace {
 
 struct Silent : BounceObserver {};
-
-// Every sample of a 16-bit WAV file, interleaved, and its channel count.
-std::pair<std::vector<std::int32_t>, int> samplesOf(const fs::path& path)
-{
-    SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (!file)
-        return {};
-    std::vector<int> raw(static_cast<std::size_t>(info.frames * info.channels));
-    sf_readf_int(file, raw.data(), info.frames);
-    sf_close(file);
-    std::vector<std::int32_t> samples;
-    for (int v : raw)
-        samples.push_back(v >> 16); // libsndfile reads int as left-aligned 32-bit
-    return {samples, info.channels};
-}
 
 class BouncePair : public ::testing::Test {
 protected:
@@ -61,7 +45,9 @@ TEST_F(BouncePair, InterleavesTheHalvesBitExactlyAtTheSourceRateAndDepth)
     ASSERT_TRUE(result.ok) << result.status;
     EXPECT_EQ(result.status, "Bounced → Gtr_44.1kHz_16bit_stereo.wav");
     EXPECT_EQ(result.sourceChannels, 2);
-    EXPECT_EQ(samplesOf(result.output), std::pair(test::interleave(l, r), 2));
+    const test::Wav wav = test::readWav(result.output);
+    EXPECT_EQ(wav.info.channels, 2);
+    EXPECT_EQ(wav.samples, test::leftAligned(test::interleave(l, r), 16));
 
     settings.channels = TargetChannels::mono; // the pair goes through the stereo pipeline: downmixed
     EXPECT_EQ(bounce(dir / "Gtr.L.sd2", dir / "Gtr.R.sd2").status, "Bounced → Gtr_44.1kHz_16bit_mono.wav");
@@ -76,7 +62,7 @@ TEST_F(BouncePair, PadsTheShorterHalfWithSilenceAndSaysSo)
     EXPECT_EQ(result.status, "Bounced → Vox_44.1kHz_16bit_stereo.wav · R padded with 0.10 s of silence");
     auto padded = r;
     padded.resize(l.size(), 0);
-    EXPECT_EQ(samplesOf(result.output).first, test::interleave(l, padded));
+    EXPECT_EQ(test::readWav(result.output).samples, test::leftAligned(test::interleave(l, padded), 16));
 }
 
 TEST_F(BouncePair, StreamsAsTheSameStereoFileWouldConvert)
@@ -114,4 +100,11 @@ TEST_F(BouncePair, RefusesHalvesThatReadDifferentlyUnlessTheFormatIsFixed)
     const BounceResult fixed = bounce(left, right);
     EXPECT_EQ(fixed.status, "Reads as static — try another source format in Advanced");
     EXPECT_EQ(fixed.reason, "the R half reads as noise in 16-bit BE");
+    settings.sessionFormat = true; // the pair's session settled it: converted as read
+    EXPECT_TRUE(bounce(left, right).ok);
+    settings.sessionFormat = false;
+
+    // A half that fades to −70 dBFS is judged by its other half, and is no noise.
+    settings.sourceFormat = SourceFormatChoice::automatic();
+    EXPECT_TRUE(bounce(dir.write("Fade.L.sd2", test::encode(test::noise(40000, 10), SourceFormat::s16be)), left).ok);
 }

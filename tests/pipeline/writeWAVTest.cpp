@@ -5,6 +5,7 @@
 #include "core/pipeline/writeWAV.hpp"
 #include "support/files.hpp"
 #include "support/signals.hpp"
+#include "support/wav.hpp"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -18,24 +19,6 @@ using namespace quorvel;
 namespace fs = std::filesystem;
 
 namespace {
-
-struct WavContents {
-    SF_INFO info{};
-    std::vector<std::int32_t> samples; // interleaved, left-aligned in 32 bits as libsndfile reads them
-};
-
-WavContents readBack(const fs::path& path)
-{
-    WavContents wav;
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &wav.info);
-    EXPECT_NE(file, nullptr) << sf_strerror(nullptr);
-    if (!file)
-        return wav;
-    wav.samples.resize(static_cast<std::size_t>(wav.info.frames * wav.info.channels));
-    EXPECT_EQ(sf_readf_int(file, wav.samples.data(), wav.info.frames), wav.info.frames);
-    sf_close(file);
-    return wav;
-}
 
 PcmBufferPtr floats(std::vector<float> values)
 {
@@ -79,12 +62,10 @@ TEST(WriteWAV, IntegerSourcesRoundTripBitExact)
         const auto buffer = decodeToBuffer(test::encode(samples, format), format, 44100, 1);
         const fs::path written = writeWAV(*buffer, dir / ("rt" + std::to_string(depth) + ".wav"), depth);
 
-        const WavContents wav = readBack(written);
+        const test::Wav wav = test::readWav(written);
         EXPECT_EQ(wav.info.format, SF_FORMAT_WAV | (depth == 16 ? SF_FORMAT_PCM_16 : SF_FORMAT_PCM_24));
         EXPECT_EQ(wav.info.samplerate, 44100);
-        ASSERT_EQ(wav.samples.size(), samples.size());
-        for (std::size_t i = 0; i < samples.size(); ++i)
-            ASSERT_EQ(wav.samples[i] >> (32 - depth), samples[i]) << depth << "-bit sample " << i;
+        EXPECT_EQ(wav.samples, test::leftAligned(samples, depth)) << depth << "-bit";
     }
 
     // A 16-bit file's data chunk is the little-endian source bytes themselves.
@@ -104,10 +85,9 @@ TEST(WriteWAV, SaturatesAndWrites32BitIntegers)
         {32, SF_FORMAT_PCM_32, {2147483647, -2147483647 - 1, 2147483647, -2147483647 - 1, 1073741824, 0}},
     };
     for (const auto& [depth, format, expected] : cases) {
-        const WavContents wav = readBack(writeWAV(*buffer, dir / (std::to_string(depth) + "-bit.wav"), depth));
+        const test::Wav wav = test::readWav(writeWAV(*buffer, dir / (std::to_string(depth) + "-bit.wav"), depth));
         EXPECT_EQ(wav.info.format, SF_FORMAT_WAV | format) << depth << "-bit";
-        for (std::size_t i = 0; i < expected.size(); ++i)
-            EXPECT_EQ(wav.samples[i] >> (32 - depth), expected[i]) << depth << "-bit sample " << i;
+        EXPECT_EQ(wav.samples, test::leftAligned(expected, depth)) << depth << "-bit";
     }
 }
 
@@ -121,7 +101,7 @@ TEST(WriteWAV, NeverReplacesAndLeavesNoPartialFile)
     const fs::path written = writeWAV(*buffer, wanted, 16);
     EXPECT_EQ(written, dir / "x_48kHz_16bit_mono (2).wav");
     EXPECT_EQ(test::slurp(wanted), "keep");
-    EXPECT_EQ(readBack(written).info.frames, 2);
+    EXPECT_EQ(test::readWav(written).info.frames, 2);
 
     try {
         writeWAV(*buffer, dir / "missing" / "y.wav", 16);

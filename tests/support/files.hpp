@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -40,6 +42,24 @@ inline std::string slurp(const std::filesystem::path& path)
 {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// Every file and folder below `folder`, relative to it; folders end in "/".
+inline std::set<std::string> tree(const std::filesystem::path& folder)
+{
+    std::set<std::string> entries;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        entries.insert(entry.path().lexically_relative(folder).string() + (entry.is_directory() ? "/" : ""));
+    return entries;
+}
+
+inline std::vector<std::string> lines(const std::string& text)
+{
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        out.push_back(line);
+    return out;
 }
 
 } // namespace quorvel::test

@@ -147,8 +147,11 @@ ChannelDetection decideLayout(const ChannelStatistics& stats)
     // a clear mono verdict they stand no higher than doubt.
     if (nearIdenticalChannels(stats))
         return {d >= -kCloseDistances ? 2 : 1, "verify by ear", d};
-    if (d < -0.01)
-        return {1, "confident", d};
+    if (d < -0.01) {
+        const bool framesApart = stats.frameCorr && stats.acrossFrameCorr &&
+                                 std::abs(*stats.frameCorr - *stats.acrossFrameCorr) > kFramesApart;
+        return {1, framesApart ? "verify by ear" : "confident", d};
+    }
     return {1, "verify by ear", d};
 }
 

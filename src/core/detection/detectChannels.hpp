@@ -37,6 +37,11 @@ inline constexpr double kCloseDistances = 0.15;
 // material).
 inline constexpr double kTightPairsAbove = 0.8;
 inline constexpr double kPairAsymmetry = 2.0;
+// In mono both kinds of neighbour pair, within and across frames, are the same neighbours
+// and correlate alike (under 0.05 apart on the corpus). Two channels that correlate with
+// each other more than with their own next sample (hiss common to both) set them further
+// apart than this, and a mono verdict is then no more than doubt.
+inline constexpr double kFramesApart = 0.2;
 // Read the right way, a prefix peaking below this (−70 dBFS) is dither and a whisper of
 // signal: whatever the table says, it is not a confident answer.
 inline constexpr double kNearlySilentPeak = 3.1623e-4;

@@ -16,6 +16,7 @@ struct FileDetection {
     ChannelDetection channels;
     std::string status;       // "16-bit BE (auto) · Stereo · confident"
     FileSource source;        // where the audio lies, and its metadata when trusted
+    bool quiet = false;       // read in `used`, it peaks under kQuietPeakBelow (−50 dBFS)
 };
 
 // Scores the encodings, then analyses the channels in the best one, or in the fixed one

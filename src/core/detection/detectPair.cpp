@@ -7,17 +7,19 @@ namespace quorvel {
 
 namespace {
 
-// A muted or near-empty half carries no evidence of its encoding.
 bool isBlank(const FileDetection& half)
 {
     return half.channels.confidence == "silent/constant" || half.channels.confidence == "too short";
 }
 
-std::optional<std::int64_t> describedRate(const FileDetection& half)
+// A muted or near-empty half carries no evidence of its encoding, and a quiet one (a fade's
+// tail, a mic left open) none against a half that is not: it is judged by its other half.
+bool hasNoSay(const FileDetection& half, const FileDetection& other)
 {
-    const auto& described = half.source.description;
-    return described ? std::optional(described->rate) : std::nullopt;
+    return isBlank(half) || (half.quiet && !other.quiet && !isBlank(other));
 }
+
+std::optional<std::int64_t> describedRate(const FileDetection& half) { return half.source.rate(); }
 
 std::string reading(const FileDetection& half)
 {
@@ -34,12 +36,13 @@ std::string reading(const FileDetection& half)
 PairDetection detectPair(const FileDetection& left, const FileDetection& right, SourceFormatChoice choice)
 {
     PairDetection pair{left, right, false, left.used, describedRate(left), {}, {}};
-    if (isBlank(left) && !isBlank(right))
+    const bool mute[2] = {hasNoSay(left, right), hasNoSay(right, left)};
+    if (mute[0] && !mute[1])
         pair.format = right.used;
     if (!pair.rate)
         pair.rate = describedRate(right);
-    const bool sameEncoding = left.used == right.used || isBlank(left) || isBlank(right);
-    const bool bothMono = (left.channels.channels == 1 || isBlank(left)) && (right.channels.channels == 1 || isBlank(right));
+    const bool sameEncoding = left.used == right.used || mute[0] || mute[1];
+    const bool bothMono = (left.channels.channels == 1 || mute[0]) && (right.channels.channels == 1 || mute[1]);
     const bool sameRate = !describedRate(left) || !describedRate(right) || describedRate(left) == describedRate(right);
     pair.agree = sameRate && (!choice.isAuto() || (sameEncoding && bothMono));
     if (!pair.agree) {
@@ -47,9 +50,10 @@ PairDetection detectPair(const FileDetection& left, const FileDetection& right, 
                       (sameRate ? "; pick the source format in Advanced" : "; split them to bounce each at its own rate");
         return pair;
     }
-    // A blank half has nothing to say; otherwise the less certain half speaks for the pair.
-    pair.confidence = isBlank(left)                                            ? right.channels.confidence
-                      : isBlank(right)                                         ? left.channels.confidence
+    // A half without a say has nothing to say here either; otherwise the less certain half
+    // speaks for the pair.
+    pair.confidence = mute[0]                                                  ? right.channels.confidence
+                      : mute[1]                                                ? left.channels.confidence
                       : left.channels.confidence == right.channels.confidence ? left.channels.confidence
                                                                                : "verify by ear";
     const bool fromMetadata = choice.isAuto() && left.source.description && right.source.description;

@@ -31,8 +31,9 @@ std::optional<FileDetection> detectSource(const std::filesystem::path& path, Byt
             unreadable = kChangedWhileRead;
             return std::nullopt;
         }
-        if (source.mismatched)
-            detected->status += " · file info did not match the audio";
+        if (const auto& overruled = source.overruled)
+            detected->status += " · " + khz(overruled->rate) + " (file info) · encoding corrected from " +
+                                std::string(overruled->format.shortText());
         detected->source = std::move(source);
         return detected;
     }

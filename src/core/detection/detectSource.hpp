@@ -12,8 +12,9 @@ namespace quorvel {
 // `root` the folder it was found under (findFileSource). Trusted metadata with the choice
 // on auto gives the encoding, channels and rate ("24-bit BE (file info) · Stereo · 48 kHz"),
 // the candidates still scored for the record; otherwise the audio bytes go through
-// detectFile, its status noting metadata that did not match the audio. Nothing when the
-// mapped bytes or a sidecar could not be read; `unreadable` then says why.
+// detectFile, its status noting metadata whose encoding the audio overruled (its rate
+// stays). Nothing when the mapped bytes or a sidecar could not be read; `unreadable` then
+// says why.
 std::optional<FileDetection> detectSource(const std::filesystem::path& path, ByteView file, SourceFormatChoice choice,
                                           const std::optional<std::filesystem::path>& root, std::string& unreadable);
 

@@ -13,13 +13,24 @@ namespace {
 
 thread_local sigjmp_buf* activeGuard = nullptr;
 
-void onBusError(int signal)
+// Sent by kill or sigqueue rather than raised by a faulting access.
+bool sentByAProcess(const siginfo_t* info)
 {
-    if (sigjmp_buf* guard = activeGuard) {
+#ifdef SI_TKILL
+    if (info->si_code == SI_TKILL)
+        return true;
+#endif
+    return info->si_code == SI_USER || info->si_code == SI_QUEUE;
+}
+
+void onBusError(int signal, siginfo_t* info, void*)
+{
+    // Only a fault is a mapped file that shrank; a kill -BUS ends the run as any signal does.
+    if (sigjmp_buf* guard = activeGuard; guard && !sentByAProcess(info)) {
         activeGuard = nullptr;
         siglongjmp(*guard, 1);
     }
-    // A fault outside any guard is a real bug (or a kill -BUS): crash as usual, taking the
+    // A fault outside any guard is a real bug, or the signal was sent: end as usual, taking the
     // partial files along as any ending signal does.
     removeLivePartialFiles();
     std::signal(signal, SIG_DFL);
@@ -31,9 +42,9 @@ void installHandler()
     static std::once_flag once;
     std::call_once(once, [] {
         struct sigaction action {};
-        action.sa_handler = onBusError;
+        action.sa_sigaction = onBusError;
         sigemptyset(&action.sa_mask);
-        action.sa_flags = SA_NODEFER;
+        action.sa_flags = SA_NODEFER | SA_SIGINFO;
         sigaction(SIGBUS, &action, nullptr);
     });
 }

@@ -14,6 +14,8 @@ struct QueuedSource {
     std::optional<std::filesystem::path> right; // the right half of a pair
     // The folder it was found under, as given or dropped; none for a file given by itself.
     std::optional<std::filesystem::path> root = std::nullopt;
+    // Met in a folder walk with a bare name and taken for what its data reads as.
+    bool sniffed = false;
 
     bool isPair() const { return right.has_value(); }
     // What the source is shown and named as: the file's stem, or the pair's shared name

@@ -30,8 +30,17 @@ struct FileSource {
     // When the original was made, as its container (MacBinary, AppleSingle) or AppleDouble
     // sidecar dates it: seconds since 1970 as the recording machine's clock read.
     std::optional<std::int64_t> created;
-    bool mismatched = false;  // metadata was found, but its encoding read as static
+    // Trusted metadata whose encoding read as static where another encoding reads clearly as
+    // audio: the audio overrules its encoding and layout, but its rate stays the file's.
+    std::optional<SourceDescription> overruled;
     std::string unreadable;   // a sidecar that is there but could not be read: "PATH: reason"
+
+    // The file's own rate, from its metadata, even where the audio overruled the encoding.
+    std::optional<std::int64_t> rate() const
+    {
+        const auto& own = description ? description : overruled;
+        return own ? std::optional(own->rate) : std::nullopt;
+    }
 
     // The audio bytes of the whole file's bytes, clamped to them.
     std::span<const std::uint8_t> audio(std::span<const std::uint8_t> file) const

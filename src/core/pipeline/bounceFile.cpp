@@ -17,9 +17,6 @@ namespace quorvel {
 
 namespace {
 
-// Sixteen samples of the widest encoding: less cannot be scored in every encoding.
-constexpr std::size_t kShortestAudio = 16 * 3;
-
 std::string channelName(std::int64_t channels) { return channels == 1 ? "mono" : "stereo"; }
 
 // "16-bit big-endian  (s16be)" without its identifier.
@@ -125,6 +122,17 @@ BounceSettings forSource(BounceSettings settings, std::int64_t sourceRate, Sourc
     return settings;
 }
 
+Origins originsOf(const BounceItem& item, const BounceSettings& settings, bool described, bool ownRate)
+{
+    const Origin read = item.sniffed ? Origin::content : Origin::detection;
+    const Origin encoding = described                         ? Origin::metadata
+                            : settings.sessionFormat          ? Origin::session
+                            : settings.sourceFormat.isAuto() ? read
+                                                              : Origin::set;
+    return {encoding, item.channelsSet() ? Origin::set : encoding == Origin::set ? read : encoding,
+            ownRate ? Origin::metadata : settings.sessionRate ? Origin::session : Origin::set};
+}
+
 BounceResult withConversion(BounceResult result, const ConversionResult& converted)
 {
     result.ok = converted.ok;
@@ -201,23 +209,24 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
         result.autoCorrected = true;
         observer.corrected(check.format);
     }
-    if (check.readsAsStatic && !silent) {
-        const std::string tried = "the data reads as noise in " + std::string(result.format.shortText());
+    // Noise is valid audio too (white noise, a noise-like effect): a reading that is merely
+    // noisy is no evidence against an encoding the file's own metadata or its session gives.
+    const bool tooShort = data.size() < kShortestAudio;
+    if (check.readsAsStatic && !silent && (tooShort || !(described || settings.sessionFormat))) {
         result.status = kReadsAsStatic;
-        result.reason = data.size() < kShortestAudio ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
-                        : described ? tried + ", the encoding the file's own metadata gives"
-                                    : tried + ", and no other encoding reads clearly as audio";
+        result.reason = tooShort ? "too short to hold audio (" + std::to_string(data.size()) + " bytes)"
+                                 : "the data reads as noise in " + std::string(result.format.shortText()) +
+                                       ", and no other encoding reads clearly as audio";
         return result;
     }
 
-    // The file's own metadata gives its rate; the run's setting covers files without one.
-    const std::int64_t sourceRate = source.description ? source.description->rate : settings.sourceRate;
+    // The file's own metadata gives its rate, even where the audio overruled its encoding; the
+    // run's setting covers files without one.
+    const std::int64_t sourceRate = source.rate().value_or(settings.sourceRate);
     observer.analysed(analysisLine(result.autoCorrected, result.format, result.sourceChannels, sourceRate));
     result.analysed = true;
     result.sourceRate = sourceRate;
-    result.from = {described ? Origin::metadata : settings.sourceFormat.isAuto() ? Origin::detection : Origin::set,
-                   item.channelsSet() ? Origin::set : described ? Origin::metadata : Origin::detection,
-                   source.description ? Origin::metadata : Origin::set};
+    result.from = originsOf(item, settings, described, source.rate().has_value());
 
     const BounceSettings out = forSource(settings, sourceRate, result.format);
     result.outputChannels = outputChannelsFor(out.channels, result.sourceChannels);

@@ -24,6 +24,10 @@ struct BounceSettings {
     bool normalize = false;
     std::filesystem::path outputFolder;
     std::string outputFolderError; // why the output folder cannot be used: every file fails with it
+    // The fixed sourceFormat is the one the file's session settled: evidence of its encoding,
+    // as a fork is, so a reading that is merely noisy does not refuse it.
+    bool sessionFormat = false;
+    bool sessionRate = false; // sourceRate is the one the file's session settled
     bool broadcastWav = true;      // false: plain WAV, without the bext and MD5 chunks
     std::string originator = "Quorvel";
 };
@@ -46,6 +50,7 @@ struct BounceItem {
     std::optional<std::filesystem::path> root = std::nullopt;
     // Whether sourceChannels is the user's choice rather than the detection's.
     std::function<bool()> channelsSet = [] { return false; };
+    bool sniffed = false; // a bare name, taken for what its data reads as
 };
 
 struct BounceResult;
@@ -105,6 +110,9 @@ BounceResult couldNotRead(BounceResult result, std::string_view reason);
 std::int64_t outputChannelsFor(TargetChannels setting, std::int64_t sourceChannels);
 // `result` finished by the conversion: its output and "Bounced → NAME", or why it choked.
 BounceResult withConversion(BounceResult result, const ConversionResult& converted);
+// Where the encoding, layout and rate came from: `described` when the file's own metadata
+// gave the encoding, `ownRate` when it gave the rate.
+Origins originsOf(const BounceItem& item, const BounceSettings& settings, bool described, bool ownRate);
 // Where the conversion writes: `to`, with the observer's record made just before publishing
 // when it keeps one, and the bext chunk of `reading` unless the settings ask for a plain WAV.
 // `result` is the bounce so far, and `note` what its status will add.

@@ -51,12 +51,12 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     }
     const PairDetection pair = detectPair(*halves[0], *halves[1], settings.sourceFormat);
     const ByteView left = halves[0]->source.audio(files[0].bytes()), right = halves[1]->source.audio(files[1].bytes());
-    double scores[2] = {0, 0};
-    bool audible[2] = {false, false};
+    // A muted half is silence, and a quiet one is a whisper, not noise.
+    bool noise[2] = {false, false};
     if (!guardedRead([&] {
             for (int c = 0; c < 2; ++c) {
-                scores[c] = smoothness(c == 0 ? left : right, pair.format);
-                audible[c] = audiblePart(c == 0 ? left : right).has_value();
+                const ByteView half = c == 0 ? left : right;
+                noise[c] = readsAsStatic(half, pair.format, 1) && audiblePart(half).has_value();
             }
         }))
         return couldNotRead(result, kChangedWhileRead);
@@ -66,9 +66,11 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
         result.reason = "the halves of the pair read differently";
         return result;
     }
-    // A muted half is silence, not noise.
-    for (int c = 0; c < 2; ++c) {
-        if (scores[c] < kStaticBelow && audible[c]) {
+    // As for a file, a half's fork or the pair's session outweighs a reading that is merely noisy.
+    const bool evidenced = settings.sessionFormat || (settings.sourceFormat.isAuto() &&
+                                                      (halves[0]->source.description || halves[1]->source.description));
+    for (int c = 0; c < 2 && !evidenced; ++c) {
+        if (noise[c]) {
             result.status = kReadsAsStatic;
             result.reason = std::string(c == 0 ? "the L" : "the R") + " half reads as noise in " +
                             std::string(result.format.shortText());
@@ -80,9 +82,8 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     observer.analysed(analysisLine(false, result.format, 2, sourceRate));
     result.analysed = true;
     result.sourceRate = sourceRate;
-    const bool described = halves[0]->source.description && settings.sourceFormat.isAuto();
-    result.from = {described ? Origin::metadata : settings.sourceFormat.isAuto() ? Origin::detection : Origin::set,
-                   Origin::detection, pair.rate ? Origin::metadata : Origin::set};
+    result.from = originsOf(item, settings, halves[0]->source.description && settings.sourceFormat.isAuto(),
+                            pair.rate.has_value());
     const BounceSettings out = forSource(settings, sourceRate, result.format);
     result.outputChannels = outputChannelsFor(out.channels, 2);
     observer.printing(printingTitle(out, result.outputChannels));

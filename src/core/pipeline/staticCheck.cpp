@@ -3,6 +3,15 @@
 
 namespace quorvel {
 
+bool readsAsStatic(ByteView data, SourceFormat format, std::int64_t channels)
+{
+    if (smoothness(data, format) >= kStaticBelow)
+        return false;
+    if (channels == 2 && channelSmoothness(data, format) >= kCorrectionAtLeast)
+        return false;
+    return data.size() < kShortestAudio || !(windowPeak(data, format, kQuietPeakBelow) < kQuietPeakBelow);
+}
+
 EncodingCheck checkEncoding(ByteView data, SourceFormat inUse, std::int64_t channels, bool described)
 {
     if (!readsAsStatic(data, inUse, channels))
