@@ -297,6 +297,8 @@ TEST_F(Sd2wav, ASessionSettlesItsUnsureFilesBeforeAnythingIsPrinted)
             continue;
         EXPECT_EQ(part.out.find("c.sd2"), std::string::npos) << part.out;
         EXPECT_NE(part.out.find("\"autoCorrected\":false,\"from\":\"session\""), std::string::npos) << part.out;
+        EXPECT_NE(part.out.find("\"rate\":48000,\"encodingFrom\":\"session\",\"layoutFrom\":\"session\",\"rateFrom\":\"session\""),
+                  std::string::npos) << part.out;
     }
     EXPECT_EQ(probe(dir / "wav/a_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,24000\n") << "at the session's rate";
     EXPECT_EQ(probe(dir / "wav/quiet_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,10000\n") << "in its encoding and layout";
