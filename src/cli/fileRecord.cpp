@@ -122,7 +122,8 @@ std::string jsonLine(const FileRecord& record)
 
 std::string settingsJson(const ConvertOptions& options)
 {
- return "{\"rate\":" + targetWord(options.rate) + ",\"depth\":" + targetWord(options.depth) + ",\"channels\":\"" + std::string(channelsWord(options.channels)) +
+    return "{\"rate\":" + targetWord(options.rate) + ",\"depth\":" + targetWord(options.depth) + ",\"channels\":\"" +
+           std::string(channelsWord(options.channels)) +
            "\",\"normalize\":" + flag(options.normalize) + ",\"sourceFormat\":\"" +
            std::string(options.common.sourceFormat.id()) + "\",\"sourceRate\":" +
            std::to_string(options.sourceRate.rawValue()) + ",\"readAs\":\"" +

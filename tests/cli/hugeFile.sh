@@ -30,10 +30,10 @@ read -r got rate channels < <(ffprobe -v error -show_entries stream=duration_ts,
 [ "$got" = "$frames" ] && [ "$rate" = 44100 ] && [ "$channels" = 2 ] ||
   { echo "FAIL: read back $got frames at $rate Hz, $channels channels; expected $frames"; exit 1; }
 
-# The chunks, read on their own: bext and MD5 before the data, the MD5 chunk (a little-endian
+# The chunks, read on their own: bext before the data and MD5 after it, the MD5 chunk (a little-endian
 # 128-bit number) that of the data's payload, which the report gives too, with the source's SHA-256.
 python3 - "$wav" "$work/huge.sd2" "$work/report.jsonl" "$frames" <<'PY' || exit 1
-import hashlib, json, struct, sys
+import hashlib, json, os, struct, sys
 wav, source, report, frames = sys.argv[1:]
 line = json.loads(open(report).readline())
 with open(wav, "rb") as f:
@@ -46,7 +46,7 @@ with open(wav, "rb") as f:
         cid, size = head[:4].decode("latin-1"), struct.unpack("<I", head[4:])[0]
         if cid == "ds64":
             body = f.read(size)
-            data_size = struct.unpack("<Q", body[8:16])[0]
+            riff_size, data_size = struct.unpack("<QQ", body[:16])
             f.seek(-size, 1)
         if cid == "data" and size == 0xFFFFFFFF:
             size = data_size
@@ -67,7 +67,8 @@ sha = hashlib.sha256()
 with open(source, "rb") as f:
     for block in iter(lambda: f.read(1 << 24), b""):
         sha.update(block)
-checks = {"chunks": (ids, ["ds64", "fmt ", "bext", "MD5 ", "data"]), "MD5 chunk": (md5_chunk, data),
+checks = {"chunks": (ids, ["ds64", "fmt ", "bext", "data", "MD5 "]), "RF64 size": (riff_size, os.path.getsize(wav) - 8),
+          "MD5 chunk": (md5_chunk, data),
           "report audioMD5": (line["audioMD5"], data), "report frames": (line["frames"], int(frames)), "report sha256": (line["sha256"], sha.hexdigest())}
 failed = [f"FAIL: {name}: {got} (expected {want})" for name, (got, want) in checks.items() if got != want]
 print("\n".join(failed) or f"chunks {' '.join(ids)}; MD5 {data}")

@@ -98,7 +98,9 @@ TEST_F(Sd2wav, UsageErrorsExitWithTwo)
              {}, {"detect"}, {"detect", "--source-format", "s32le", "x.sd2"}, {"detect", "-j", "0", "x.sd2"},
              {"detect", "--frobnicate", "x.sd2"}, {"convert-all"}, {"detect", "--source-format"},
              {"convert", "--rate", "44000", "x.sd2"}, {"convert", "--depth", "8", "x.sd2"},
-             {"convert", "--channels", "Stereo", "x.sd2"}, {"convert", "-o", "", "x.sd2"}, {"convert"}}) {
+             {"convert", "--channels", "Stereo", "x.sd2"}, {"convert", "-o", "", "x.sd2"}, {"convert"},
+             {"convert", "--rate", "own", "x.sd2"}, {"convert", "--originator", "", "x.sd2"},
+             {"convert", "--originator", std::string(33, 'o'), "x.sd2"}, {"verify"}, {"verify", "--all", "x.wav"}}) {
         const Outcome r = run(args);
         EXPECT_EQ(r.exitCode, 2) << r.err;
         EXPECT_TRUE(r.err.starts_with("sd2wav: ")) << r.err;

@@ -50,7 +50,8 @@ void expectArchival(const BounceResult& r, const fs::path& source, std::int64_t 
 {
     ASSERT_TRUE(r.ok) << r.status;
     auto chunks = test::chunksOf(r.output);
-    EXPECT_EQ(chunks["order"], "fmt bextMD5 data");
+    EXPECT_EQ(chunks["order"], "fmt bextdataMD5 ");
+    EXPECT_EQ(test::littleEndian(test::slurp(r.output), 4, 4) + 8, fs::file_size(r.output));
     const std::string md5 = test::hexDigest(chunks["data"], QCryptographicHash::Md5);
     const std::string stored(chunks["MD5 "].rbegin(), chunks["MD5 "].rend());
     EXPECT_EQ(QByteArray::fromStdString(stored).toHex().toStdString(), md5);

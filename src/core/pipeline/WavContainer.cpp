@@ -61,37 +61,40 @@ WavContainer::WavContainer(const OutputTarget& to, std::int64_t rate, std::int64
     file_.reset(sf_open_fd(partial_.fd(), SFM_WRITE, &info, SF_FALSE));
     if (!file_)
         throw WriteError(std::string("couldn't start the WAV file: ") + sf_strerror(nullptr));
-    if (!to_.broadcast)
-        return;
-    // Both chunks are laid out before the audio: libsndfile rewrites its header in place, so
-    // a chunk added once the data is written would overwrite the start of the audio. The
-    // reference and the digest are known only at the end, and keep their sizes.
-    setBroadcastInfo(std::string(32, '0'));
-    std::array<std::uint8_t, 16> placeholder{};
-    SF_CHUNK_INFO chunk{};
-    std::memcpy(chunk.id, kMD5Chunk.data(), kMD5Chunk.size());
-    chunk.id_size = kMD5Chunk.size();
-    chunk.datalen = placeholder.size();
-    chunk.data = placeholder.data();
-    if (sf_set_chunk(file_.get(), &chunk) != SF_ERR_NO_ERROR)
-        throw WriteError(std::string("couldn't add the MD5 chunk: ") + sf_strerror(file_.get()));
+    if (to_.broadcast)
+        setBroadcastInfo(std::string(32, '0')); // the reference is known at the end, at the same size
 }
 
 WavContainer::~WavContainer() = default;
 
-bool WavContainer::fillMD5Chunk(std::span<const std::uint8_t> md5)
+bool WavContainer::appendMD5Chunk(std::span<const std::uint8_t> md5)
 {
     // As BWF MetaEdit keeps it: the digest as one little-endian 128-bit number, so its bytes
     // lie in reverse order, and readers that show the number show the usual hex digest.
-    const std::vector<std::uint8_t> stored(md5.rbegin(), md5.rend());
-    const auto chunks = riffChunks([&](std::int64_t at, std::span<std::uint8_t> out) { return partial_.readAt(at, out); },
-                                   partial_.size());
-    if (!chunks)
+    std::vector<std::uint8_t> chunk(kMD5Chunk.begin(), kMD5Chunk.end());
+    chunk.insert(chunk.end(), {16, 0, 0, 0});
+    chunk.insert(chunk.end(), md5.rbegin(), md5.rend());
+    std::int64_t end = partial_.size();
+    if (end & 1)
+        chunk.insert(chunk.begin(), 0); // chunks start at even offsets
+    if (end < 12 || !partial_.writeAt(end, chunk))
         return false;
-    for (const RiffChunk& chunk : *chunks)
-        if (chunk.id == "MD5 " && chunk.size == static_cast<std::int64_t>(md5.size()))
-            return partial_.writeAt(chunk.offset, stored);
-    return false;
+    end += static_cast<std::int64_t>(chunk.size());
+    // The form's size now takes the chunk in: in the RIFF header, or for RF64 in its ds64 chunk.
+    std::array<std::uint8_t, 4> form{};
+    if (!partial_.readAt(0, form))
+        return false;
+    const bool rf64 = std::memcmp(form.data(), "RF64", 4) == 0;
+    std::array<std::uint8_t, 8> size{};
+    for (std::size_t i = 0; i < size.size(); ++i)
+        size[i] = static_cast<std::uint8_t>(static_cast<std::uint64_t>(end - 8) >> (8 * i));
+    if (!rf64)
+        return partial_.writeAt(4, std::span(size).first(4));
+    const auto chunks = riffChunks([&](std::int64_t at, std::span<std::uint8_t> out) { return partial_.readAt(at, out); },
+                                   end);
+    if (!chunks || chunks->empty() || chunks->front().id != "ds64")
+        return false;
+    return partial_.writeAt(chunks->front().offset, size);
 }
 
 void WavContainer::setBroadcastInfo(const std::string& reference)
@@ -147,8 +150,8 @@ std::filesystem::path WavContainer::finish(ExistingFile existing)
     // Closing writes the final chunk sizes, which can fail too (a full disk).
     if (sf_close(file_.release()) != 0)
         throw WriteError(std::string("couldn't finish the file: ") + sf_strerror(nullptr));
-    if (to_.broadcast && !fillMD5Chunk(md5))
-        throw WriteError("couldn't fill in the MD5 chunk: " + partial_.error());
+    if (to_.broadcast && !appendMD5Chunk(md5))
+        throw WriteError("couldn't add the MD5 chunk: " + partial_.error());
     facts_.bytes = partial_.size();
     const std::filesystem::path& to = to_.path;
     if (existing == ExistingFile::replace) {

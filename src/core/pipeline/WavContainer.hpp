@@ -27,8 +27,8 @@ enum class ExistingFile {
 // A WAV file being written under its partial name, RF64 when its data passes 4 GiB:
 // libsndfile lays out the container, the data chunk's payload comes in as bytes, and the
 // MD5 of those bytes is taken on their way. When the target carries BroadcastInfo the file
-// is a Broadcast WAV: a bext chunk goes in before the audio, and an `MD5 ` chunk, reserved
-// beside it, is filled in once the audio is complete. Everything throws WriteError; a
+// is a Broadcast WAV: a bext chunk goes in before the audio, and an `MD5 ` chunk is added
+// after it once the audio is complete. Everything throws WriteError; a
 // container dropped before finish() leaves no file.
 class WavContainer {
 public:
@@ -50,7 +50,7 @@ public:
 
 private:
     void setBroadcastInfo(const std::string& reference);
-    bool fillMD5Chunk(std::span<const std::uint8_t> md5);
+    bool appendMD5Chunk(std::span<const std::uint8_t> md5);
 
     OutputTarget to_;
     std::int64_t frameBytes_, written_ = 0;
