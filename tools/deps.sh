@@ -3,7 +3,7 @@
 # Usage: tools/deps.sh [extra packages...]
 set -euo pipefail
 
-packages=(cmake ninja-build g++ pkg-config libgtest-dev libbenchmark-dev libsoxr-dev libsndfile1-dev
+packages=(cmake ninja-build g++ pkg-config libgtest-dev libbenchmark-dev libsoxr-dev libsndfile1-dev libssl-dev
   qt6-base-dev qt6-multimedia-dev qt6-declarative-dev fonts-material-design-icons-iconfont
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-dialogs qml6-module-qtquick-layouts
   qml6-module-qtquick-templates qml6-module-qtquick-window qml6-module-qtqml-workerscript

@@ -2,9 +2,9 @@
 # Installs what is missing, builds everything with the tests, and runs them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-# ffprobe reads our WAV files back; Xvfb and xdotool drive the application end to end; man
+# ffprobe and mediainfo read our WAV files back; Xvfb and xdotool drive the application end to end; man
 # and the three shells check the man page and the completions.
-tools/deps.sh ffmpeg xvfb xauth xdotool libgl1-mesa-dri locales man-db bash-completion zsh fish
+tools/deps.sh ffmpeg mediainfo xvfb xauth xdotool libgl1-mesa-dri locales man-db bash-completion zsh fish
 # The model's tests also run under a locale with a decimal comma.
 if ! locale -a 2>/dev/null | grep -qx 'de_DE.utf8'; then
   sudo=""

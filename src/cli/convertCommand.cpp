@@ -5,6 +5,7 @@
 #include "cli/parallel.hpp"
 #include "cli/queue.hpp"
 #include "cli/report.hpp"
+#include "cli/reportForms.hpp"
 #include "cli/sessions.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/PartialFile.hpp"
@@ -78,11 +79,13 @@ struct Run {
     std::optional<KeptTree> tree;
     TreeFolders folders;
     std::optional<SyncedLog> log;
+    bool csv = false; // the report is kept as CSV rather than JSON lines
     std::atomic<bool> logFailed{false};
 
+    // A file's JSON line, in the report's form.
     void keep(const std::string& line)
     {
-        if (log && !logFailed && !log->append(line))
+        if (log && !logFailed && !log->append(csv ? csvRow(line) : line))
             logFailed = true;
     }
 };
@@ -113,10 +116,10 @@ public:
     }
 
     bool recordsOutputs() const override { return run_.log.has_value(); }
-    void beforePublishing(const BounceResult& result, std::int64_t bytes) override
+    void beforePublishing(const BounceResult& result) override
     {
         record_.result = result;
-        record_.outputBytes = bytes;
+        record_.outputBytes = result.facts.bytes;
         kept_ = jsonLine(record_);
         run_.keep(kept_);
     }
@@ -230,7 +233,8 @@ BounceResult convertOne(const QueuedSource& source, const SessionDetection& dete
                               }
                               return detectedChannels;
                           },
-                          source.right, source.root};
+                          source.right, source.root,
+                          [&] { return options.channelOverride != ChannelOverride::automatic; }, source.sniffed};
     return bounceFile(item, withSession(settings, detected.session), observer);
 }
 
@@ -258,8 +262,10 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
     BounceSettings settings;
     settings.sourceFormat = options.common.sourceFormat;
     settings.sourceRate = options.sourceRate.rawValue();
-    settings.targetRate = options.rate.rawValue();
-    settings.depth = options.depth.rawValue();
+    settings.targetRate = options.rate;
+    settings.depth = options.depth;
+    settings.broadcastWav = !options.plainWav;
+    settings.originator = options.originator;
     settings.channels = options.channels;
     settings.normalize = options.normalize;
     // The output folder and the kept tree's names come from the whole queue, so every shard
@@ -288,8 +294,11 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
             return 1;
         if (records.empty())
             return std::max(status, report.finish(err));
+        std::error_code ignored;
+        const bool fresh = !fs::exists(options.report, ignored) || fs::file_size(options.report, ignored) == 0;
         run.log.emplace(options.report);
-        if (!run.log->ok()) {
+        run.csv = isCsvReport(options.report);
+        if (!run.log->ok() || (run.csv && fresh && !run.log->append(csvHeader()))) {
             err << "sd2wav: couldn't open the report " << printableName(options.report) << ": "
                 << printableName(run.log->error()) << "\n";
             return 1;

@@ -1,8 +1,6 @@
 #include "cli/earlierRun.hpp"
 
 #include <QByteArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 
 #include <cerrno>
 #include <fstream>
@@ -14,19 +12,27 @@ namespace fs = std::filesystem;
 
 namespace {
 
-QJsonObject parsed(const std::string& line) { return QJsonDocument::fromJson(QByteArray::fromStdString(line)).object(); }
-
-std::string sourceKey(const QJsonObject& line)
+std::string sourceKey(const ReportCells& line)
 {
-    return (line.value("path").toString() + QChar(0) + line.value("rawPath").toString()).toStdString();
+    const auto cell = [&](const char* key) {
+        const auto found = line.find(key);
+        return found == line.end() ? std::string() : found->second;
+    };
+    return cell("path") + '\0' + cell("rawPath");
 }
 
-fs::path outputOf(const QJsonObject& line)
+std::string cellOf(const ReportCells& line, const char* key)
 {
-    const QJsonValue raw = line.value("rawOutput");
-    if (raw.isString())
-        return QByteArray::fromPercentEncoding(raw.toString().toLatin1()).toStdString();
-    return line.value("output").toString().toStdString();
+    const auto found = line.find(key);
+    return found == line.end() ? std::string() : found->second;
+}
+
+fs::path outputOf(const ReportCells& line)
+{
+    const std::string raw = cellOf(line, "rawOutput");
+    if (!raw.empty())
+        return QByteArray::fromPercentEncoding(QByteArray::fromStdString(raw)).toStdString();
+    return cellOf(line, "output");
 }
 
 } // namespace
@@ -42,9 +48,25 @@ std::optional<EarlierRun> EarlierRun::read(const fs::path& report, std::string& 
         error = std::generic_category().message(errno);
         return std::nullopt;
     }
-    for (std::string line; std::getline(in, line);)
-        if (const QJsonObject object = parsed(line); object.value("path").isString())
-            run.lines_[sourceKey(object)] = std::move(line);
+    const auto keep = [&](ReportCells cells) {
+        if (cells.contains("path"))
+            run.lines_[sourceKey(cells)] = std::move(cells);
+    };
+    if (isCsvReport(report)) {
+        const auto header = readCsvRecord(in);
+        while (header)
+            if (const auto record = readCsvRecord(in)) {
+                ReportCells cells;
+                for (std::size_t i = 0; i < header->size() && i < record->size(); ++i)
+                    if (!(*record)[i].empty())
+                        cells[(*header)[i]] = (*record)[i];
+                keep(std::move(cells));
+            } else
+                break;
+    } else {
+        for (std::string line; std::getline(in, line);)
+            keep(jsonCells(line));
+    }
     if (in.bad()) {
         error = std::generic_category().message(errno);
         return std::nullopt;
@@ -54,23 +76,22 @@ std::optional<EarlierRun> EarlierRun::read(const fs::path& report, std::string& 
 
 bool EarlierRun::converted(const FileRecord& before) const
 {
-    const QJsonObject now = parsed(jsonLine(before));
+    const ReportCells now = jsonCells(jsonLine(before));
     const auto found = lines_.find(sourceKey(now));
     if (found == lines_.end())
         return false;
-    const QJsonObject then = parsed(found->second);
-    if (!then.value("ok").toBool())
+    const ReportCells& then = found->second;
+    if (cellOf(then, "ok") != "true")
         return false;
     for (const char* key : {"pair", "rawRight", "size", "modified", "rightSize", "rightModified", "settings"})
-        if (then.value(key) != now.value(key))
+        if (cellOf(then, key) != cellOf(now, key))
             return false;
     const fs::path output = outputOf(then);
     std::error_code error;
     if (!fs::is_regular_file(fs::symlink_status(output, error)))
         return false;
     const auto size = fs::file_size(output, error);
-    return !error && then.value("outputSize").isDouble() &&
-           static_cast<qint64>(size) == then.value("outputSize").toInteger();
+    return !error && !cellOf(then, "outputSize").empty() && std::to_string(size) == cellOf(then, "outputSize");
 }
 
 } // namespace quorvel::cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/fileRecord.hpp"
+#include "cli/reportForms.hpp"
 
 #include <filesystem>
 #include <map>
@@ -13,8 +14,8 @@ namespace quorvel::cli {
 // file counts as converted when its line says so, not because some output happens to exist.
 class EarlierRun {
 public:
-    // A missing report is a run not started yet. Lines that do not parse (one cut short by a
-    // crash) are passed over; of several lines about one source the last one counts. None,
+    // A missing report is a run not started yet; one named *.csv is read as CSV, any other as
+    // JSON lines. Lines that do not parse (one cut short by a crash) are passed over; of several lines about one source the last one counts. None,
     // with `error` set, when the report exists but cannot be read.
     static std::optional<EarlierRun> read(const std::filesystem::path& report, std::string& error);
 
@@ -24,7 +25,7 @@ public:
     bool converted(const FileRecord& before) const;
 
 private:
-    std::map<std::string, std::string> lines_; // source → its last line
+    std::map<std::string, ReportCells> lines_; // source → its last line
 };
 
 } // namespace quorvel::cli

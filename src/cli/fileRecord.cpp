@@ -54,6 +54,28 @@ std::string_view readAsWord(ChannelOverride choice)
 
 const char* flag(bool on) { return on ? "true" : "false"; }
 
+std::string orNull(const std::string& text) { return text.empty() ? "null" : jsonString(text); }
+
+// What the output and its source's hashes say: null until the file converted.
+std::string archiveFields(const FileRecord& record)
+{
+    const BounceResult& r = record.result;
+    const OutputFacts& facts = r.facts;
+    const auto sha = [&](std::size_t i) { return i < facts.sourceSHA256.size() ? orNull(facts.sourceSHA256[i]) : "null"; };
+    std::string fields = ",\"sha256\":" + sha(0);
+    if (record.source.isPair())
+        fields += ",\"rightSha256\":" + sha(1);
+    fields += ",\"audioMD5\":" + orNull(r.ok ? facts.audioMD5 : "");
+    fields += ",\"frames\":" + (r.ok ? std::to_string(facts.frames) : std::string("null"));
+    fields += ",\"rate\":" + (r.analysed ? std::to_string(r.sourceRate) : std::string("null"));
+    for (const auto& [name, origin] : {std::pair{"encodingFrom", r.from.encoding}, std::pair{"layoutFrom", r.from.layout},
+                                       std::pair{"rateFrom", r.from.rate}})
+        fields += ",\"" + std::string(name) + "\":" + (r.analysed ? jsonString(originWord(origin)) : std::string("null"));
+    return fields;
+}
+
+std::string targetWord(std::int64_t value) { return value == kSourceOwn ? "\"source\"" : std::to_string(value); }
+
 } // namespace
 
 std::optional<FileStamp> fileStamp(const fs::path& path)
@@ -93,19 +115,21 @@ std::string jsonLine(const FileRecord& record)
     if (record.source.isPair())
         line += stampFields("rightSize", "rightModified", record.rightStamp);
     line += ",\"outputSize\":" + (record.outputBytes ? std::to_string(*record.outputBytes) : std::string("null"));
+    line += archiveFields(record);
     line += ",\"settings\":" + record.settings;
     return line + "}";
 }
 
 std::string settingsJson(const ConvertOptions& options)
 {
-    return "{\"rate\":" + std::to_string(options.rate.rawValue()) + ",\"depth\":" +
-           std::to_string(options.depth.rawValue()) + ",\"channels\":\"" + std::string(channelsWord(options.channels)) +
+    return "{\"rate\":" + targetWord(options.rate) + ",\"depth\":" + targetWord(options.depth) + ",\"channels\":\"" +
+           std::string(channelsWord(options.channels)) +
            "\",\"normalize\":" + flag(options.normalize) + ",\"sourceFormat\":\"" +
            std::string(options.common.sourceFormat.id()) + "\",\"sourceRate\":" +
            std::to_string(options.sourceRate.rawValue()) + ",\"readAs\":\"" +
            std::string(readAsWord(options.channelOverride)) + "\",\"pairs\":" + flag(options.common.joinPairs) +
-           ",\"keepTree\":" + flag(options.keepTree) + ",\"session\":" + flag(options.common.session) + "}";
+           ",\"keepTree\":" + flag(options.keepTree) + ",\"session\":" + flag(options.common.session) +
+           ",\"plainWav\":" + flag(options.plainWav) + ",\"originator\":" + jsonString(options.originator) + "}";
 }
 
 } // namespace quorvel::cli

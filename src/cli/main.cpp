@@ -34,6 +34,10 @@ int main(int argc, char** argv)
             const ConvertOptions options = parseConvertOptions(rest);
             return options.common.help ? printUsage() : runConvert(options, std::cout, std::cerr);
         }
+        if (command == "verify") {
+            const VerifyOptions options = parseVerifyOptions(rest);
+            return options.help ? printUsage() : runVerify(options, std::cout, std::cerr);
+        }
         if (command == "demo") {
             std::vector<std::string_view> folders = rest;
             if (!folders.empty() && (folders.front() == "-h" || folders.front() == "--help"))

@@ -31,6 +31,15 @@ Option parseNumber(std::string_view option, std::string_view text, std::string_v
     throw UsageError(std::string(option) + " takes " + std::string(allowed) + ", not '" + std::string(text) + "'");
 }
 
+// A target rate or depth, or "source" for each source's own.
+template <class Option>
+std::int64_t parseTarget(std::string_view option, std::string_view text, std::string_view allowed)
+{
+    if (text == "source")
+        return kSourceOwn;
+    return parseNumber<Option>(option, text, std::string(allowed) + " or source").rawValue();
+}
+
 TargetChannels parseChannels(std::string_view text)
 {
     if (text == "stereo")
@@ -180,10 +189,17 @@ ConvertOptions parseConvertOptions(const std::vector<std::string_view>& args)
                 throw UsageError("--report needs a file");
             options.report = std::string(value);
         }
+        else if (w == "--plain-wav")
+            options.plainWav = true;
+        else if (reader.takes("--originator", value)) {
+            if (value.empty() || value.size() > 32)
+                throw UsageError("--originator takes a text of 1 to 32 characters, not '" + std::string(value) + "'");
+            options.originator = std::string(value);
+        }
         else if (reader.takes("--rate", value))
-            options.rate = parseNumber<TargetRate>("--rate", value, "44100, 48000, 88200 or 96000");
+            options.rate = parseTarget<TargetRate>("--rate", value, "44100, 48000, 88200, 96000");
         else if (reader.takes("--depth", value))
-            options.depth = parseNumber<TargetDepth>("--depth", value, "16, 24 or 32");
+            options.depth = parseTarget<TargetDepth>("--depth", value, "16, 24, 32");
         else if (reader.takes("--source-rate", value))
             options.sourceRate = parseNumber<SourceRate>("--source-rate", value, "44100, 48000 or 22050");
         else if (reader.takes("--channels", value))
@@ -197,6 +213,27 @@ ConvertOptions parseConvertOptions(const std::vector<std::string_view>& args)
             return false;
         return true;
     });
+    return options;
+}
+
+VerifyOptions parseVerifyOptions(const std::vector<std::string_view>& args)
+{
+    VerifyOptions options;
+    bool onlyPaths = false;
+    for (const std::string_view word : args) {
+        if (onlyPaths || word == "-" || !word.starts_with('-'))
+            options.paths.emplace_back(word);
+        else if (word == "--")
+            onlyPaths = true;
+        else if (word == "-h" || word == "--help") {
+            options.help = true;
+            return options;
+        }
+        else
+            throw UsageError("unknown option '" + std::string(word) + "'");
+    }
+    if (options.paths.empty())
+        throw UsageError("verify needs at least one WAV file");
     return options;
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
+#include "core/pipeline/bounceFile.hpp"
 
 #include <cstdint>
 #include <stdexcept>
@@ -36,8 +37,8 @@ struct Shard {
 struct ConvertOptions {
     DetectOptions common;
     SourceRate sourceRate = SourceRate::r44100;
-    TargetRate rate = TargetRate::r48000;
-    TargetDepth depth = TargetDepth::d24;
+    std::int64_t rate = 48000; // kSourceOwn (--rate source): each source's own
+    std::int64_t depth = 24;   // kSourceOwn (--depth source): each source's own
     TargetChannels channels = TargetChannels::stereo;
     ChannelOverride channelOverride = ChannelOverride::automatic;
     bool normalize = false;
@@ -45,6 +46,14 @@ struct ConvertOptions {
     bool keepTree = false;    // outputs in OUT/<given folder's name>/<folders below it>/
     std::string report;       // one line per finished file, read back to skip what is done
     Shard shard;
+    bool plainWav = false;    // no bext and MD5 chunks
+    std::string originator = "Quorvel"; // the bext chunk's Originator
+};
+
+// `sd2wav verify OUTPUT.wav…`: the files whose MD5 chunk is checked against their audio.
+struct VerifyOptions {
+    bool help = false;
+    std::vector<std::string> paths;
 };
 
 unsigned defaultJobs();
@@ -52,5 +61,6 @@ unsigned defaultJobs();
 // Parse the words after the command. Throw UsageError.
 DetectOptions parseDetectOptions(const std::vector<std::string_view>& args);
 ConvertOptions parseConvertOptions(const std::vector<std::string_view>& args);
+VerifyOptions parseVerifyOptions(const std::vector<std::string_view>& args);
 
 } // namespace quorvel::cli

@@ -97,6 +97,7 @@ void ConverterModel::setKeepFolderStructure(bool on)
 {
     assign(this, keepFolderStructure_, on, &ConverterModel::keepFolderStructureChanged);
 }
+void ConverterModel::setPlainWav(bool on) { assign(this, plainWav_, on, &ConverterModel::plainWavChanged); }
 void ConverterModel::setOutputFolder(const QUrl& folder) { assign(this, outputFolder_, folder, &ConverterModel::outputFolderChanged); }
 void ConverterModel::setShowAdvanced(bool on) { assign(this, showAdvanced_, on, &ConverterModel::showAdvancedChanged); }
 void ConverterModel::setIsConverting(bool on) { assign(this, isConverting_, on, &ConverterModel::isConvertingChanged); }

@@ -41,6 +41,7 @@ class ConverterModel : public QObject {
     Q_PROPERTY(QString targetChannels READ targetChannelsId WRITE setTargetChannelsId NOTIFY targetChannelsChanged)
     Q_PROPERTY(bool normalizeLoudness READ normalizeLoudness WRITE setNormalizeLoudness NOTIFY normalizeLoudnessChanged)
     Q_PROPERTY(bool keepFolderStructure READ keepFolderStructure WRITE setKeepFolderStructure NOTIFY keepFolderStructureChanged)
+    Q_PROPERTY(bool plainWav READ plainWav WRITE setPlainWav NOTIFY plainWavChanged)
     Q_PROPERTY(QUrl outputFolder READ outputFolder WRITE setOutputFolder NOTIFY outputFolderChanged)
     Q_PROPERTY(QString outputFolderName READ outputFolderName NOTIFY outputFolderChanged)
     Q_PROPERTY(QString outputFolderPath READ outputFolderPath NOTIFY outputFolderChanged)
@@ -82,6 +83,8 @@ public:
     bool normalizeLoudness() const { return normalizeLoudness_; }
     // Outputs in OUT/<dropped folder>/<folders below it>/, beside the dropped folder by default.
     bool keepFolderStructure() const { return keepFolderStructure_; }
+    // WAV files without the Broadcast WAV chunks (bext, MD5).
+    bool plainWav() const { return plainWav_; }
     QUrl outputFolder() const { return outputFolder_; }
     QString outputFolderPath() const { return outputFolder_.toLocalFile(); }
     QString outputFolderName() const; // last path component; empty when none is chosen
@@ -106,6 +109,7 @@ public:
     void setTargetChannels(TargetChannels channels);
     void setNormalizeLoudness(bool on);
     void setKeepFolderStructure(bool on);
+    void setPlainWav(bool on);
     void setOutputFolder(const QUrl& folder);
     void setShowAdvanced(bool on);
 
@@ -143,6 +147,7 @@ signals:
     void targetChannelsChanged();
     void normalizeLoudnessChanged();
     void keepFolderStructureChanged();
+    void plainWavChanged();
     void outputFolderChanged();
     void isConvertingChanged();
     void overallProgressChanged();
@@ -228,6 +233,7 @@ private:
     TargetChannels targetChannels_ = TargetChannels::stereo;
     bool normalizeLoudness_ = false;
     bool keepFolderStructure_ = false;
+    bool plainWav_ = false;
     QUrl outputFolder_;
     bool isConverting_ = false;
     double overallProgress_ = 0.0;

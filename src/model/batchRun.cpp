@@ -113,6 +113,7 @@ void ConverterModel::convertAll()
                          normalizeLoudness_,
                          folder.path,
                          folder.error};
+    snapshot.settings.broadcastWav = !plainWav_;
     if (keepFolderStructure_) {
         std::vector<QueuedSource> sources;
         for (const FileItemPtr& item : queue())
@@ -167,7 +168,9 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
         pause(kAfterAnnouncing);
 
         const BounceItem source{item->filePath(), [&] { return item->detectedFormat(); },
-                                [&] { return item->sourceChannels(); }, item->rightFilePath(), item->root()};
+                                [&] { return item->sourceChannels(); }, item->rightFilePath(), item->root(),
+                                [&] { return item->overrideChoice() != ChannelOverride::automatic; },
+                                item->source().sniffed};
         BatchWorker worker(*this, item, pace, snapshot.tree, folders);
         const BounceResult result = bounceFile(source, withSession(snapshot.settings, item->session()), worker);
         if (stop_) {

@@ -136,6 +136,13 @@ Item {
                 checked: Model.keepFolderStructure
                 onToggled: Model.keepFolderStructure = !Model.keepFolderStructure
             }
+            SettingToggle {
+                objectName: "plainWav"
+                title: "Plain WAV"
+                detail: "→ no bext or MD5 chunk: no origin, coding history or checksum inside"
+                checked: Model.plainWav
+                onToggled: Model.plainWav = !Model.plainWav
+            }
         }
     }
 }

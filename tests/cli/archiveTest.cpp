@@ -1,7 +1,9 @@
 // sd2wav over whole archives: the kept folder structure, shards that split the work, and
 // runs that resume after being killed.
 #include "support/files.hpp"
+#include "support/hashes.hpp"
 #include "support/process.hpp"
+#include "support/riff.hpp"
 #include "support/signals.hpp"
 
 #include <gtest/gtest.h>
@@ -9,6 +11,7 @@
 #include <chrono>
 #include <fstream>
 #include <random>
+#include <regex>
 #include <set>
 #include <thread>
 
@@ -168,4 +171,62 @@ TEST_F(Archive, KilledRunsResumeToTheSameFiles)
         EXPECT_TRUE(r.err.starts_with("sd2wav: couldn't ")) << r.err;
         EXPECT_FALSE(fs::exists(dir / "never")) << report;
     }
+}
+
+// What an archivist files and checks: each line gives the source's SHA-256, the audio's MD5
+// (the MD5 chunk's), frames, rate and origins, the same in the CSV report, which a rerun
+// resumes from; verify passes the outputs until one's audio changes. mediainfo reads the bext.
+TEST_F(Archive, ReportsChecksumsAnArchivistCanVerify)
+{
+    take("A/Take 1.sd2");
+    take("A/Take 2.sd2", 2);
+    const std::vector<std::string> masters{"convert", "--json", "--report", "r.csv", "--originator", "US, Example Archive",
+                                           "--rate", "source", "--depth", "source", "-o", "out", "A"};
+    const Outcome r = run(masters);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const std::string csv = test::slurp(dir / "r.csv");
+    EXPECT_TRUE(csv.starts_with("path,rawPath,pair,rawRight,output,rawOutput,ok,status,error,format,channels,autoCorrected,"
+                                "from,size,modified,rightSize,rightModified,outputSize,sha256,rightSha256,audioMD5,frames,"
+                                "rate,encodingFrom,layoutFrom,rateFrom,settings\r\n")) << csv;
+    std::istringstream lines(r.out);
+    std::vector<std::string> outputs;
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch m;
+        ASSERT_TRUE(std::regex_search(line, m, std::regex(R"re("path":"([^"]+)","output":"([^"]+)".*"sha256":"(\w+)","audioMD5":"(\w+)","frames":(\d+),"rate":44100,"encodingFrom":"detection","layoutFrom":"detection","rateFrom":"set")re"))) << line;
+        const std::string source = test::slurp(dir / m[1].str());
+        auto chunks = test::chunksOf(dir / m[2].str());
+        EXPECT_EQ(m[3].str(), test::hexDigest(source, QCryptographicHash::Sha256));
+        EXPECT_EQ(m[4].str(), test::hexDigest(chunks["data"], QCryptographicHash::Md5));
+        EXPECT_EQ(std::stoul(m[5].str()) * 4, source.size());
+        EXPECT_NE(csv.find(m[3].str() + ",," + m[4].str() + "," + m[5].str() + ",44100,detection,detection,set,"), std::string::npos);
+        // A preservation master: the source's samples, only their byte order turned.
+        for (std::size_t i = 0; i + 1 < source.size(); i += 2)
+            std::swap(chunks["data"][i], chunks["data"][i + 1]);
+        EXPECT_TRUE(chunks["data"] == source);
+        outputs.push_back(m[2].str());
+    }
+    ASSERT_EQ(outputs.size(), 2u);
+    const std::string info = test::commandOutput("mediainfo '" + (dir / outputs[0]).string() + "'");
+    for (const char* shown : {"Producer                                 : US, Example Archive",
+                              "Description                              : Take 1.sd2, 16-bit BE, stereo, 44.1 kHz (detected)",
+                              "Encoding settings                        : A=PCM,F=44100,W=16,M=stereo,T=Sound Designer II"})
+        EXPECT_NE(info.find(shown), std::string::npos) << info;
+
+    EXPECT_EQ(run(masters).err, "sd2wav: skipped 2 files that r.csv lists as converted\n");
+    const Outcome verified = run({"verify", outputs[0], outputs[1]});
+    EXPECT_EQ(verified.exitCode, 0) << verified.err;
+    EXPECT_EQ(verified.out, outputs[0] + "  MD5 matches\n" + outputs[1] + "  MD5 matches\n");
+    {
+        std::fstream wav(dir / outputs[0], std::ios::in | std::ios::out | std::ios::binary);
+        wav.seekp(-1000, std::ios::end);
+        wav.put('\x55');
+    }
+    const Outcome changed = run({"verify", outputs[1], outputs[0], outputs[1]});
+    EXPECT_EQ(changed.exitCode, 1);
+    EXPECT_EQ(changed.out, outputs[1] + "  MD5 matches\n");
+    EXPECT_TRUE(changed.err.starts_with("sd2wav: " + outputs[0] + ": the audio's MD5 is ")) << changed.err;
+
+    ASSERT_EQ(run({"convert", "--plain-wav", "-o", "plain", "A/Take 1.sd2"}).exitCode, 0);
+    EXPECT_EQ(test::chunksOf(dir / "plain/Take 1_48kHz_24bit_stereo.wav")["order"], "fmt data");
+    EXPECT_TRUE(run({"verify", "plain/Take 1_48kHz_24bit_stereo.wav"}).err.ends_with(": no MD5 chunk\n"));
 }

@@ -1,4 +1,5 @@
 #include "support/files.hpp"
+#include "support/riff.hpp"
 #include "support/forks.hpp"
 #include "support/process.hpp"
 #include "support/signals.hpp"
@@ -97,7 +98,9 @@ TEST_F(Sd2wav, UsageErrorsExitWithTwo)
              {}, {"detect"}, {"detect", "--source-format", "s32le", "x.sd2"}, {"detect", "-j", "0", "x.sd2"},
              {"detect", "--frobnicate", "x.sd2"}, {"convert-all"}, {"detect", "--source-format"},
              {"convert", "--rate", "44000", "x.sd2"}, {"convert", "--depth", "8", "x.sd2"},
-             {"convert", "--channels", "Stereo", "x.sd2"}, {"convert", "-o", "", "x.sd2"}, {"convert"}}) {
+             {"convert", "--channels", "Stereo", "x.sd2"}, {"convert", "-o", "", "x.sd2"}, {"convert"},
+             {"convert", "--rate", "own", "x.sd2"}, {"convert", "--originator", "", "x.sd2"},
+             {"convert", "--originator", std::string(33, 'o'), "x.sd2"}, {"verify"}, {"verify", "--all", "x.wav"}}) {
         const Outcome r = run(args);
         EXPECT_EQ(r.exitCode, 2) << r.err;
         EXPECT_TRUE(r.err.starts_with("sd2wav: ")) << r.err;
@@ -144,17 +147,9 @@ namespace {
 // What ffprobe says of a WAV file: "codec channels rate frames", or empty when it cannot read it.
 std::string probe(const fs::path& wav)
 {
-    const std::string command = "ffprobe -v error -select_streams a:0 -count_packets -show_entries "
-                                "stream=codec_name,channels,sample_rate,duration_ts -of csv=p=0 " +
-                                quoted(wav.string()) + " 2>/dev/null";
-    std::string out;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-        char buffer[256];
-        while (fgets(buffer, sizeof buffer, pipe))
-            out += buffer;
-        pclose(pipe);
-    }
-    return out;
+    return test::commandOutput("ffprobe -v error -select_streams a:0 -count_packets -show_entries "
+                               "stream=codec_name,channels,sample_rate,duration_ts -of csv=p=0 " +
+                               quoted(wav.string()) + " 2>/dev/null");
 }
 
 } // namespace
@@ -262,7 +257,7 @@ TEST_F(Sd2wav, MetadataGivesTheRateDetectReportsAndConvertUses)
     const Outcome converted = run({"convert", "--rate", "44100", "--depth", "16", "-o", (dir / "o").string(), mix, bin});
     ASSERT_EQ(converted.exitCode, 0) << converted.out << converted.err;
     // 48 000 frames at 48 kHz and at 22.05 kHz, each resampled to 44.1 kHz from its own rate.
-    const auto frames = [](const fs::path& wav) { return (fs::file_size(wav) - 44) / 4; };
+    const auto frames = [](const fs::path& wav) { return test::chunksOf(wav)["data"].size() / 4; };
     EXPECT_EQ(frames(dir / "o/Mix 3_44.1kHz_16bit_stereo.wav"), 44100u);
     EXPECT_EQ(frames(dir / "o/Take 1_44.1kHz_16bit_stereo.wav"), 96000u);
 }
@@ -304,6 +299,8 @@ TEST_F(Sd2wav, ASessionSettlesItsUnsureFilesBeforeAnythingIsPrinted)
             continue;
         EXPECT_EQ(part.out.find("c.sd2"), std::string::npos) << part.out;
         EXPECT_NE(part.out.find("\"autoCorrected\":false,\"from\":\"session\""), std::string::npos) << part.out;
+        EXPECT_NE(part.out.find("\"rate\":48000,\"encodingFrom\":\"session\",\"layoutFrom\":\"session\",\"rateFrom\":\"session\""),
+                  std::string::npos) << part.out;
     }
     EXPECT_EQ(probe(dir / "wav/a_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,24000\n") << "at the session's rate";
     EXPECT_EQ(probe(dir / "wav/quiet_48kHz_24bit_stereo.wav"), "pcm_s24le,48000,2,10000\n") << "in its encoding and layout";

@@ -100,6 +100,16 @@ inline Bytes appleContainer(std::uint32_t magic, const std::vector<Entry>& entri
     return out;
 }
 
+// Entry 8: created, modified, backed up and accessed, seconds since 2000 (UTC); only the first known.
+inline Entry fileDates(std::int64_t since1970)
+{
+    Bytes dates;
+    put(dates, static_cast<std::uint32_t>(since1970 - 946684800), 4);
+    for (int i = 0; i < 3; ++i)
+        put(dates, 0x80000000, 4);
+    return {8, dates};
+}
+
 inline Bytes finderInfo(const std::string& type, const std::string& creator = "Sd2a")
 {
     Bytes info;
@@ -131,7 +141,9 @@ inline std::uint16_t xmodem(const Bytes& bytes, std::size_t count)
 }
 
 // MacBinary III: a 128-byte header signed with CRC-16/XMODEM, then each fork padded to 128.
-inline Bytes macBinary(const std::string& name, const Bytes& data, const Bytes& fork, const std::string& type = "Sd2f")
+// `created`: seconds since 1904 as a Mac's clock read, 0 for none.
+inline Bytes macBinary(const std::string& name, const Bytes& data, const Bytes& fork, const std::string& type = "Sd2f",
+                       std::uint32_t created = 0)
 {
     Bytes out(128, 0);
     out[1] = static_cast<std::uint8_t>(name.size());
@@ -140,6 +152,7 @@ inline Bytes macBinary(const std::string& name, const Bytes& data, const Bytes& 
     std::copy_n("Sd2a", 4, out.begin() + 69);
     poke(out, 83, data.size(), 4);
     poke(out, 87, fork.size(), 4);
+    poke(out, 91, created, 4);
     out[102] = 'm', out[103] = 'B', out[104] = 'I', out[105] = 'N';
     out[122] = 130, out[123] = 129;
     poke(out, 124, xmodem(out, 124), 2);

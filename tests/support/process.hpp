@@ -73,4 +73,17 @@ inline Outcome runSd2wav(const std::filesystem::path& folder, const std::vector<
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(outFile), slurp(errFile)};
 }
 
+// What a shell command prints on standard output.
+inline std::string commandOutput(const std::string& command)
+{
+    std::string out;
+    if (FILE* pipe = ::popen(command.c_str(), "r")) {
+        char buffer[256];
+        while (std::fgets(buffer, sizeof buffer, pipe))
+            out += buffer;
+        ::pclose(pipe);
+    }
+    return out;
+}
+
 } // namespace quorvel::test

@@ -1,6 +1,7 @@
 // Scene tests: the app's window on a test model, read back and clicked through as a user would.
 #include "model/ConverterModel.hpp"
 #include "support/files.hpp"
+#include "support/riff.hpp"
 #include "support/signals.hpp"
 #include "ui/AppSettings.hpp"
 
@@ -618,6 +619,18 @@ private slots:
                                    "_sd2_outputs/A/PT Session 2/Audio Files/Vox_07_48kHz_24bit_stereo.wav",
                                    "_sd2_outputs/A/PT Session 10/Audio Files/Vox_07_48kHz_24bit_stereo.wav"})
             QVERIFY2(std::filesystem::exists(dir / output), output);
+        // Broadcast WAV unless "Plain WAV" is on.
+        QVERIFY(test::chunksOf(dir / "_sd2_outputs/Loose_48kHz_24bit_stereo.wav").contains("bext"));
+        QQuickItem* plain = matching(find("plainWav"), [](QQuickItem* i) { return i->activeFocusOnTab(); }).value(0);
+        QVERIFY(plain);
+        plain->forceActiveFocus(Qt::TabFocusReason);
+        QTest::keyClick(window.get(), Qt::Key_Space);
+        QVERIFY(model->plainWav());
+        queue({"Plain.sd2"}, true);
+        model->convertAll();
+        QTRY_VERIFY(!model->isConverting());
+        QCOMPARE(test::chunksOf(dir / "_sd2_outputs/Plain_48kHz_24bit_stereo.wav")["order"], std::string("fmt data"));
+        model->setPlainWav(false);
         model->setKeepFolderStructure(false);
     }
 

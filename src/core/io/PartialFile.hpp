@@ -32,6 +32,12 @@ public:
 
     // Writes all of `bytes` at the current offset. False with error() set when it cannot.
     bool writeAll(std::span<const std::uint8_t> bytes);
+    // Reads or overwrites bytes at `offset`, leaving the current offset alone: for a header
+    // filled in once the rest is written. False with error() set when they cannot.
+    bool readAt(std::int64_t offset, std::span<std::uint8_t> out);
+    bool writeAt(std::int64_t offset, std::span<const std::uint8_t> bytes);
+    // The size written so far.
+    std::int64_t size();
 
     // Removes the partial files in `folder` that no one is writing any more: those a process
     // killed while writing left behind. A writer locks its partial file (flock) from its first

@@ -308,6 +308,34 @@ bool PartialFile::writeAll(std::span<const std::uint8_t> bytes)
     return error_.empty();
 }
 
+bool PartialFile::readAt(std::int64_t offset, std::span<std::uint8_t> out)
+{
+    const auto got = ::pread(fd_, out.data(), out.size(), offset);
+    if (got == static_cast<ssize_t>(out.size()))
+        return true;
+    error_ = got < 0 ? lastError() : std::string("the file is shorter than its header says");
+    return false;
+}
+
+bool PartialFile::writeAt(std::int64_t offset, std::span<const std::uint8_t> bytes)
+{
+    const auto put = ::pwrite(fd_, bytes.data(), bytes.size(), offset);
+    if (put == static_cast<ssize_t>(bytes.size()))
+        return true;
+    error_ = put < 0 ? lastError() : std::string("short write");
+    return false;
+}
+
+std::int64_t PartialFile::size()
+{
+    struct stat info {};
+    if (::fstat(fd_, &info) != 0) {
+        error_ = lastError();
+        return -1;
+    }
+    return static_cast<std::int64_t>(info.st_size);
+}
+
 void PartialFile::published()
 {
     closeFd();

@@ -27,6 +27,9 @@ struct FileSource {
     std::optional<SourceDescription> description; // trusted metadata
     std::string container;    // where the description came from: "AppleDouble", "MacBinary", …
     std::string storedName;   // the name a MacBinary header keeps, if any
+    // When the original was made, as its container (MacBinary, AppleSingle) or AppleDouble
+    // sidecar dates it: seconds since 1970 as the recording machine's clock read.
+    std::optional<std::int64_t> created;
     // Trusted metadata whose encoding read as static where another encoding reads clearly as
     // audio: the audio overrules its encoding and layout, but its rate stays the file's.
     std::optional<SourceDescription> overruled;

@@ -7,6 +7,9 @@ namespace {
 constexpr std::uint32_t kAppleSingle = 0x00051600, kAppleDouble = 0x00051607;
 constexpr std::uint32_t kVersion1 = 0x00010000, kVersion2 = 0x00020000;
 constexpr std::int64_t kTableStart = 26; // magic, version, 16 filler bytes, entry count
+constexpr std::int64_t kFileDates = 8;
+constexpr std::int64_t kSince2000 = 946684800; // the file dates count from 2000-01-01 UTC
+constexpr std::uint32_t kUnknownDate = 0x80000000;
 } // namespace
 
 std::optional<AppleEntries> parseAppleEntries(std::span<const std::uint8_t> head, std::int64_t containerSize)
@@ -31,6 +34,10 @@ std::optional<AppleEntries> parseAppleEntries(std::span<const std::uint8_t> head
                                        : *id == 9 ? &entries.finderInfo : nullptr;
         if (slot && !*slot)
             *slot = range;
+        // The creation date leads the entry: a signed count of seconds.
+        if (*id == kFileDates && range.length >= 4 && !entries.created)
+            if (const auto date = in.u32(range.offset); date && *date != kUnknownDate)
+                entries.created = kSince2000 + static_cast<std::int32_t>(*date);
     }
     return entries;
 }

@@ -17,6 +17,7 @@ struct AppleEntries {
     std::optional<ByteRange> dataFork;     // entry 1
     std::optional<ByteRange> resourceFork; // entry 2
     std::optional<ByteRange> finderInfo;   // entry 9, its first four bytes the file type
+    std::optional<std::int64_t> created;   // entry 8's creation date, seconds since 1970 (UTC)
 };
 
 // Reads the header and entry table from `head`, the first bytes of a container that is

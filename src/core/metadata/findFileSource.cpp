@@ -32,11 +32,12 @@ struct ForkReading {
     std::optional<SourceDescription> description;
     bool typedSd2 = false;
     std::string container;
+    std::optional<std::int64_t> created; // an AppleDouble file's creation date
 };
 
 ForkReading readFork(std::span<const std::uint8_t> fork, bool typedSd2, std::string container)
 {
-    ForkReading reading{std::nullopt, typedSd2, std::move(container)};
+    ForkReading reading{std::nullopt, typedSd2, std::move(container), {}};
     if (const auto strings = parseResourceFork(fork))
         reading.description = trustedDescription(*strings, typedSd2);
     return reading;
@@ -68,7 +69,9 @@ std::optional<ForkReading> readSidecar(const fs::path& path, std::error_code& er
         const auto info = range(entries->finderInfo);
         const bool typed = info && sd2Type(*info);
         const auto fork = range(entries->resourceFork);
-        return fork ? readFork(*fork, typed, "AppleDouble") : ForkReading{std::nullopt, typed, "AppleDouble"};
+        ForkReading reading = fork ? readFork(*fork, typed, "AppleDouble") : ForkReading{std::nullopt, typed, "AppleDouble", {}};
+        reading.created = entries->created;
+        return reading;
     }
     return readFork(file->bytes, false, "resource fork");
 }
@@ -109,6 +112,7 @@ struct ContainerReading {
     bool typedSd2 = false;
     std::string container;
     std::string storedName;
+    std::optional<std::int64_t> created;
 };
 
 std::optional<ContainerReading> readContainer(const fs::path& file)
@@ -117,11 +121,12 @@ std::optional<ContainerReading> readContainer(const fs::path& file)
     if (!head)
         return std::nullopt;
     if (const auto mac = parseMacBinary(head->bytes, head->fileSize))
-        return ContainerReading{mac->dataFork, mac->resourceFork, sd2Type(mac->type), "MacBinary", mac->name};
+        return ContainerReading{mac->dataFork, mac->resourceFork, sd2Type(mac->type), "MacBinary", mac->name, mac->created};
     const auto entries = parseAppleEntries(head->bytes, head->fileSize);
     if (!entries || !entries->single)
         return std::nullopt;
-    ContainerReading reading{entries->dataFork.value_or(ByteRange{}), entries->resourceFork, false, "AppleSingle", {}};
+    ContainerReading reading{entries->dataFork.value_or(ByteRange{}), entries->resourceFork, false, "AppleSingle", {},
+                             entries->created};
     if (entries->finderInfo && entries->finderInfo->length >= 4)
         if (const auto type = readBytes(file, entries->finderInfo->offset, 4))
             reading.typedSd2 = sd2Type(type->bytes);
@@ -148,6 +153,7 @@ FileSource findFileSource(const fs::path& file, const std::optional<fs::path>& r
         source.offset = container->dataFork.offset;
         source.length = container->dataFork.length;
         source.storedName = container->storedName;
+        source.created = container->created;
     }
     for (const fs::path& candidate : sidecarCandidates(file, root)) {
         std::error_code error;
@@ -157,6 +163,8 @@ FileSource findFileSource(const fs::path& file, const std::optional<fs::path>& r
             source.unreadable = candidate.string() + ": " + error.message();
             return source;
         }
+        if (reading && !source.created)
+            source.created = reading->created;
         if (reading && reading->description) {
             source.description = reading->description;
             source.container = reading->container;

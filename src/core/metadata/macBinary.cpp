@@ -5,6 +5,7 @@ namespace quorvel {
 
 namespace {
 std::int64_t padded(std::int64_t length) { return (length + 127) / 128 * 128; }
+constexpr std::int64_t kSince1904 = -2082844800; // a Mac's clock counts from 1904-01-01
 } // namespace
 
 std::uint16_t crc16Xmodem(std::span<const std::uint8_t> bytes)
@@ -36,6 +37,8 @@ std::optional<MacBinaryHeader> parseMacBinary(std::span<const std::uint8_t> head
     const std::int64_t dataStart = kMacBinaryHeaderBytes + padded(*in.u16(120));
     header.dataFork = {dataStart, *in.u32(83)};
     header.resourceFork = {dataStart + padded(header.dataFork.length), *in.u32(87)};
+    if (const std::uint32_t created = *in.u32(91); created != 0)
+        header.created = kSince1904 + created;
     if (header.dataFork.offset + header.dataFork.length > fileSize ||
         header.resourceFork.offset + header.resourceFork.length > fileSize)
         return std::nullopt;

@@ -16,6 +16,8 @@ struct MacBinaryHeader {
     std::string name;               // as stored, Mac Roman bytes
     std::array<std::uint8_t, 4> type{};
     ByteRange dataFork, resourceFork;
+    // The creation date, seconds since 1970 as the Mac's clock read (its local time).
+    std::optional<std::int64_t> created;
 };
 
 // CRC-16/XMODEM (polynomial 0x1021, initial 0), as MacBinary II and III sign their header.

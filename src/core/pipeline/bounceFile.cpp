@@ -1,6 +1,7 @@
 #include "core/pipeline/bounceFile.hpp"
 #include "core/detection/audibleSpan.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/SourceHash.hpp"
 #include "core/io/guardedRead.hpp"
 #include "core/pipeline/bouncePair.hpp"
 #include "core/pipeline/convertOneNative.hpp"
@@ -112,9 +113,30 @@ std::int64_t outputChannelsFor(TargetChannels setting, std::int64_t sourceChanne
     return sourceChannels;
 }
 
+BounceSettings forSource(BounceSettings settings, std::int64_t sourceRate, SourceFormat format)
+{
+    if (settings.targetRate == kSourceOwn)
+        settings.targetRate = sourceRate;
+    if (settings.depth == kSourceOwn)
+        settings.depth = sourceDepth(format);
+    return settings;
+}
+
+Origins originsOf(const BounceItem& item, const BounceSettings& settings, bool described, bool ownRate)
+{
+    const Origin read = item.sniffed ? Origin::content : Origin::detection;
+    const Origin encoding = described                         ? Origin::metadata
+                            : settings.sessionFormat          ? Origin::session
+                            : settings.sourceFormat.isAuto() ? read
+                                                              : Origin::set;
+    return {encoding, item.channelsSet() ? Origin::set : encoding == Origin::set ? read : encoding,
+            ownRate ? Origin::metadata : settings.sessionRate ? Origin::session : Origin::set};
+}
+
 BounceResult withConversion(BounceResult result, const ConversionResult& converted)
 {
     result.ok = converted.ok;
+    result.facts = converted.facts;
     if (converted.ok) {
         result.output = converted.written;
         result.status = "Bounced → " + converted.written.filename().string();
@@ -126,15 +148,19 @@ BounceResult withConversion(BounceResult result, const ConversionResult& convert
 }
 
 OutputTarget outputTarget(const std::filesystem::path& to, const BounceResult& result, BounceObserver& observer,
-                          const std::string& note)
+                          const BounceSettings& settings, const SourceReading& reading, const std::string& note)
 {
-    if (!observer.recordsOutputs())
-        return to;
-    return {to, [&observer, result, to, note](std::int64_t bytes) {
-                BounceResult published = withConversion(result, {true, {}, to});
-                published.status += note;
-                observer.beforePublishing(published, bytes);
-            }};
+    OutputTarget target(to);
+    if (observer.recordsOutputs())
+        target.beforePublish = [&observer, result, to, note](const OutputFacts& facts) {
+            BounceResult published = withConversion(result, {true, {}, to, facts});
+            published.status += note;
+            observer.beforePublishing(published);
+        };
+    if (settings.broadcastWav)
+        target.broadcast = broadcastInfo(reading, {settings.targetRate, settings.depth, result.outputChannels, settings.normalize},
+                                         settings.originator);
+    return target;
 }
 
 namespace {
@@ -199,15 +225,23 @@ BounceResult bounceSteps(const BounceItem& item, const BounceSettings& settings,
     const std::int64_t sourceRate = source.rate().value_or(settings.sourceRate);
     observer.analysed(analysisLine(result.autoCorrected, result.format, result.sourceChannels, sourceRate));
     result.analysed = true;
+    result.sourceRate = sourceRate;
+    result.from = originsOf(item, settings, described, source.rate().has_value());
 
-    result.outputChannels = outputChannelsFor(settings.channels, result.sourceChannels);
-    observer.printing(printingTitle(settings, result.outputChannels));
+    const BounceSettings out = forSource(settings, sourceRate, result.format);
+    result.outputChannels = outputChannelsFor(out.channels, result.sourceChannels);
+    observer.printing(printingTitle(out, result.outputChannels));
 
-    const std::filesystem::path to = observer.chooseOutput(settings.outputFolder, sourceBaseName(item.path, source),
-                                                           settings.targetRate, settings.depth, result.outputChannels);
+    const std::filesystem::path to = observer.chooseOutput(out.outputFolder, sourceBaseName(item.path, source),
+                                                           out.targetRate, out.depth, result.outputChannels);
+    const SourceReading reading{item.path.filename().string(), result.format, result.sourceChannels, sourceRate, false,
+                                result.from, source.container, source.created, item.path};
+    OutputTarget target = outputTarget(to, result, observer, out, reading);
+    SourceHash hash(file.bytes());
+    target.sources = {&hash};
     const ConversionResult converted =
-        convertOneNative(data, outputTarget(to, result, observer), result.format, sourceRate, result.sourceChannels,
-                         settings.targetRate, result.outputChannels, settings.depth, settings.normalize);
+        convertOneNative(data, target, result.format, sourceRate, result.sourceChannels, out.targetRate,
+                         result.outputChannels, out.depth, out.normalize);
     return withConversion(std::move(result), converted);
 }
 

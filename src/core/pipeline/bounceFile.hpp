@@ -3,6 +3,7 @@
 #include "core/formats/OutputOptions.hpp"
 #include "core/formats/SourceFormat.hpp"
 #include "core/pipeline/OutputTarget.hpp"
+#include "core/pipeline/provenance.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -17,8 +18,8 @@ namespace quorvel {
 struct BounceSettings {
     SourceFormatChoice sourceFormat = SourceFormatChoice::automatic();
     std::int64_t sourceRate = 44100;
-    std::int64_t targetRate = 48000;
-    std::int64_t depth = 24;
+    std::int64_t targetRate = 48000; // kSourceOwn: the source's own
+    std::int64_t depth = 24;         // kSourceOwn: the source's own (sourceDepth)
     TargetChannels channels = TargetChannels::stereo;
     bool normalize = false;
     std::filesystem::path outputFolder;
@@ -26,7 +27,16 @@ struct BounceSettings {
     // The fixed sourceFormat is the one the file's session settled: evidence of its encoding,
     // as a fork is, so a reading that is merely noisy does not refuse it.
     bool sessionFormat = false;
+    bool sessionRate = false; // sourceRate is the one the file's session settled
+    bool broadcastWav = true;      // false: plain WAV, without the bext and MD5 chunks
+    std::string originator = "Quorvel";
 };
+
+// A target rate or depth that keeps the source's own: a preservation master.
+inline constexpr std::int64_t kSourceOwn = 0;
+
+// The settings with kSourceOwn made the source's rate and depth.
+BounceSettings forSource(BounceSettings settings, std::int64_t sourceRate, SourceFormat format);
 
 // One queued file. Its fields are read through these at the moment the run needs them,
 // since the user may change them until then.
@@ -38,6 +48,9 @@ struct BounceItem {
     // The folder it was found under, as given or dropped; sidecars are looked for only up to
     // it. None for a file given by itself: its own folder only.
     std::optional<std::filesystem::path> root = std::nullopt;
+    // Whether sourceChannels is the user's choice rather than the detection's.
+    std::function<bool()> channelsSet = [] { return false; };
+    bool sniffed = false; // a bare name, taken for what its data reads as
 };
 
 struct BounceResult;
@@ -56,10 +69,10 @@ public:
     virtual std::filesystem::path chooseOutput(const std::filesystem::path& dir, const std::string& base,
                                                std::int64_t rate, std::int64_t depth, std::int64_t channels);
     // When true, each output is put on disk before it appears under its final name, and
-    // beforePublishing hears of it then, with the result the bounce will have and the file's
-    // size: a record kept there lists every file that a killed run left under a final name.
+    // beforePublishing hears of it then, with the result the bounce will have (its facts
+    // filled in): a record kept there lists every file that a killed run left under a final name.
     virtual bool recordsOutputs() const { return false; }
-    virtual void beforePublishing(const BounceResult& /*result*/, std::int64_t /*bytes*/) {}
+    virtual void beforePublishing(const BounceResult& /*result*/) {}
 };
 
 struct BounceResult {
@@ -72,6 +85,9 @@ struct BounceResult {
     std::int64_t sourceChannels = 0;
     std::int64_t outputChannels = 0;
     bool autoCorrected = false;
+    std::int64_t sourceRate = 0;     // the rate the source was read at, once analysed
+    Origins from;                    // where its encoding, layout and rate came from
+    OutputFacts facts;               // the output written and the sources' SHA-256
 };
 
 struct ConversionResult;
@@ -94,9 +110,13 @@ BounceResult couldNotRead(BounceResult result, std::string_view reason);
 std::int64_t outputChannelsFor(TargetChannels setting, std::int64_t sourceChannels);
 // `result` finished by the conversion: its output and "Bounced → NAME", or why it choked.
 BounceResult withConversion(BounceResult result, const ConversionResult& converted);
+// Where the encoding, layout and rate came from: `described` when the file's own metadata
+// gave the encoding, `ownRate` when it gave the rate.
+Origins originsOf(const BounceItem& item, const BounceSettings& settings, bool described, bool ownRate);
 // Where the conversion writes: `to`, with the observer's record made just before publishing
-// when it keeps one. `result` is the bounce so far, and `note` what its status will add.
+// when it keeps one, and the bext chunk of `reading` unless the settings ask for a plain WAV.
+// `result` is the bounce so far, and `note` what its status will add.
 OutputTarget outputTarget(const std::filesystem::path& to, const BounceResult& result, BounceObserver& observer,
-                          const std::string& note = {});
+                          const BounceSettings& settings, const SourceReading& reading, const std::string& note = {});
 
 } // namespace quorvel

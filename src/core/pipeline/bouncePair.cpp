@@ -4,6 +4,7 @@
 #include "core/detection/detectSource.hpp"
 #include "core/detection/smoothness.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/SourceHash.hpp"
 #include "core/io/guardedRead.hpp"
 #include "core/io/splitStereo.hpp"
 #include "core/pipeline/convertInBlocks.hpp"
@@ -80,8 +81,12 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     const std::int64_t sourceRate = pair.rate.value_or(settings.sourceRate);
     observer.analysed(analysisLine(false, result.format, 2, sourceRate));
     result.analysed = true;
-    result.outputChannels = outputChannelsFor(settings.channels, 2);
-    observer.printing(printingTitle(settings, result.outputChannels));
+    result.sourceRate = sourceRate;
+    result.from = originsOf(item, settings, halves[0]->source.description && settings.sourceFormat.isAuto(),
+                            pair.rate.has_value());
+    const BounceSettings out = forSource(settings, sourceRate, result.format);
+    result.outputChannels = outputChannelsFor(out.channels, 2);
+    observer.printing(printingTitle(out, result.outputChannels));
 
     const std::int64_t bps = result.format.bytesPerSample();
     const std::int64_t frames[2] = {static_cast<std::int64_t>(left.size()) / bps,
@@ -96,10 +101,15 @@ BounceResult bouncePair(const BounceItem& item, const BounceSettings& settings, 
     const auto name = splitStereoName(item.path.filename().string());
     const std::string stem = name ? name->base : item.path.stem().string();
     const std::filesystem::path to =
-        observer.chooseOutput(settings.outputFolder, stem, settings.targetRate, settings.depth, result.outputChannels);
-    const ConversionResult converted =
-        convertPairInBlocks(left, right, outputTarget(to, result, observer, padding), result.format, sourceRate,
-                            settings.targetRate, result.outputChannels, settings.depth, settings.normalize);
+        observer.chooseOutput(out.outputFolder, stem, out.targetRate, out.depth, result.outputChannels);
+    const SourceReading reading{item.path.filename().string() + " + " + item.right->filename().string(), result.format, 2,
+                                sourceRate, true, result.from, halves[0]->source.container, halves[0]->source.created,
+                                item.path};
+    OutputTarget target = outputTarget(to, result, observer, out, reading, padding);
+    SourceHash hashes[2] = {SourceHash(files[0].bytes()), SourceHash(files[1].bytes())};
+    target.sources = {&hashes[0], &hashes[1]};
+    const ConversionResult converted = convertPairInBlocks(left, right, target, result.format, sourceRate, out.targetRate,
+                                                           result.outputChannels, out.depth, out.normalize);
     result = withConversion(std::move(result), converted);
     if (result.ok)
         result.status += padding;

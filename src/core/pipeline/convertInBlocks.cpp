@@ -1,4 +1,5 @@
 #include "core/pipeline/convertInBlocks.hpp"
+#include "core/io/SourceHash.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/pipeline/decodePair.hpp"
 #include "core/pipeline/limitedSignal.hpp"
@@ -162,6 +163,8 @@ struct Source {
     std::optional<ByteView> right;
     SourceFormat format;
     std::int64_t rate, channels;
+    // The files `data` and `right` lie in, hashed as they are read; fewer when not hashed.
+    std::span<SourceHash* const> hashes;
 };
 
 // Where the output goes and what it is.
@@ -175,7 +178,7 @@ class MappedBlocks {
 public:
     MappedBlocks(const Source& source, std::int64_t targetRate, std::int64_t outChannels)
         : data_(source.data), right_(source.right), format_(source.format), srcRate_(source.rate),
-          srcChannels_(source.channels), outChannels_(outChannels)
+          srcChannels_(source.channels), outChannels_(outChannels), hashes_(source.hashes)
     {
         const std::int64_t bytes = static_cast<std::int64_t>(std::max(data_.size(), right_ ? right_->size() : 0));
         inputFrames_ = srcChannels_ < 1 ? 0 : bytes / format_.bytesPerSample() / (right_ ? 1 : srcChannels_);
@@ -211,6 +214,9 @@ public:
             right_ ? decodePairToBuffer(bytesIn(data_, first * frameBytes, end), bytesIn(*right_, first * frameBytes, end),
                                         format_, srcRate_)
                    : decodeToBuffer(bytesIn(data_, first * frameBytes, end), format_, srcRate_, srcChannels_);
+        // Hashed while the bytes are at hand; a later pass finds them hashed already.
+        const bool hashed = (hashes_.empty() || hashes_[0]->upTo(std::to_address(bytesIn(data_, 0, end).end()))) &&
+                            (!right_ || hashes_.size() < 2 || hashes_[1]->upTo(std::to_address(bytesIn(*right_, 0, end).end())));
         // Decoded pages are not read again: let them go, so the mapping does not pile up.
         if (end - released_ >= kReleaseBytes || first + count == inputFrames_) {
             releaseResidentPages(bytesIn(data_, released_, end));
@@ -218,7 +224,7 @@ public:
                 releaseResidentPages(bytesIn(*right_, released_, end));
             released_ = end;
         }
-        return decoded_[static_cast<std::size_t>(slot)] != nullptr;
+        return hashed && decoded_[static_cast<std::size_t>(slot)] != nullptr;
     }
 
     bool work(std::int64_t channel, std::int64_t k, int slot)
@@ -284,6 +290,7 @@ private:
     std::optional<ByteView> right_;
     SourceFormat format_;
     std::int64_t srcRate_, srcChannels_, outChannels_;
+    std::span<SourceHash* const> hashes_;
     std::int64_t inputFrames_ = 0, outputFrames_ = 0, released_ = 0;
     bool resampling_ = false, resampleFailed_ = false;
     std::vector<ResampleStream> streams_;
@@ -304,7 +311,21 @@ struct PassGains {
 
 ConversionResult failure(Failed failed)
 {
-    return {false, failed == Failed::read ? "couldn't read audio" : "resample failed", {}};
+    return {false, failed == Failed::read ? "couldn't read audio" : "resample failed", {}, {}};
+}
+
+ConversionResult finished(WavWriter& writer)
+{
+    std::filesystem::path written = writer.finish();
+    return {true, {}, std::move(written), writer.facts()};
+}
+
+// A normalised file's loudness for its bext chunk, when both figures could be measured.
+void recordLoudness(WavWriter& writer, double lufs, float truePeak)
+{
+    const double peakDB = 20.0 * std::log10(static_cast<double>(truePeak));
+    if (std::isfinite(lufs) && std::isfinite(peakDB))
+        writer.measured({lufs, peakDB});
 }
 
 // Every block of the source through the channels' threads, each finished block handed to
@@ -327,7 +348,7 @@ ConversionResult written(MappedBlocks& blocks, const Target& target)
     });
     if (failed != Failed::nothing)
         return failure(failed);
-    return {true, {}, writer.finish()};
+    return finished(writer);
 }
 
 // A pass that could not read or resample the source.
@@ -420,28 +441,31 @@ ConversionResult normalisedInBlocks(const Source& source, const Target& target)
     const auto startFile = [&] { return WavWriter(target.to, target.rate, target.channels, frames, target.depth); };
 
     std::optional<PassGains> last;
+    float peak = 0.0f; // the last pass's true peak, before its trim
     const float ceiling = gainOf(kCeilingDBTP);
     double gainDB = kTargetLUFS - measured;
     float gain = gainOf(gainDB);
     for (int pass = 1; std::isfinite(measured) && std::isfinite(gain); ++pass) {
         // Limiting holds the samples; peaks between them are pulled under with a plain gain.
-        const float peak = truePeakOfPass(source, target, gain, frames);
+        peak = truePeakOfPass(source, target, gain, frames);
         last = PassGains{gain, peak > ceiling && peak > 0.0f ? std::optional(ceiling / peak) : std::nullopt};
         if (pass == kMaxPasses)
             break;
         WavWriter writer = startFile();
         const double remeasured = loudnessOfPass(source, target, *last, writer);
-        if (!std::isfinite(remeasured) || std::abs(kTargetLUFS - remeasured) < kToleranceLU)
-            return {true, {}, writer.finish()};
+        if (!std::isfinite(remeasured) || std::abs(kTargetLUFS - remeasured) < kToleranceLU) {
+            recordLoudness(writer, remeasured, last->trim ? ceiling : peak);
+            return finished(writer);
+        }
         gainDB += kTargetLUFS - remeasured;
         gain = gainOf(gainDB);
     }
-    struct {
-        void add(std::int64_t, const float*, std::int64_t) {}
-    } nothing;
+    LoudnessMeter meter(static_cast<double>(target.rate), target.channels);
     WavWriter writer = startFile();
-    streamPass(source, target, last, &writer, nothing);
-    return {true, {}, writer.finish()};
+    streamPass(source, target, last, &writer, meter);
+    if (last)
+        recordLoudness(writer, meter.integrated(), last->trim ? ceiling : peak);
+    return finished(writer);
 }
 
 ConversionResult convert(const Source& source, const Target& target, bool normalizeLoudness)
@@ -453,13 +477,13 @@ ConversionResult convert(const Source& source, const Target& target, bool normal
     if (!blocks.resamplerReady())
         return failure(Failed::resample);
     if (target.channels < 1)
-        return {false, "channel map failed", {}};
+        return {false, "channel map failed", {}, {}};
     try {
         return normalizeLoudness ? normalisedInBlocks(source, target) : written(blocks, target);
     } catch (const PassFailed& pass) {
         return failure(pass.failed);
     } catch (const WriteError& error) {
-        return {false, error.what(), {}};
+        return {false, error.what(), {}, {}};
     }
 }
 
@@ -469,7 +493,7 @@ ConversionResult convertInBlocks(ByteView data, const OutputTarget& to, SourceFo
                                  std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                  std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
-    return convert({data, std::nullopt, format, srcRate, srcChannels}, {to, targetRate, outChannels, targetDepth},
+    return convert({data, std::nullopt, format, srcRate, srcChannels, to.sources}, {to, targetRate, outChannels, targetDepth},
                    normalizeLoudness);
 }
 
@@ -477,7 +501,8 @@ ConversionResult convertPairInBlocks(ByteView left, ByteView right, const Output
                                      SourceFormat format, std::int64_t srcRate, std::int64_t targetRate,
                                      std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
-    return convert({left, right, format, srcRate, 2}, {to, targetRate, outChannels, targetDepth}, normalizeLoudness);
+    return convert({left, right, format, srcRate, 2, to.sources}, {to, targetRate, outChannels, targetDepth},
+                   normalizeLoudness);
 }
 
 } // namespace quorvel

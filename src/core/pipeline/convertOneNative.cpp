@@ -18,9 +18,10 @@ ConversionResult convertOneNative(ByteView data, const OutputTarget& to, SourceF
     if (format == SourceFormat::s32be && targetDepth == 32 && srcRate == targetRate && srcChannels == outChannels &&
         srcChannels >= 1 && static_cast<std::int64_t>(data.size()) >= 4 * srcChannels && !normalizeLoudness) {
         try {
-            return {true, {}, writeWAVPassThrough(data, srcRate, srcChannels, to)};
+            PassedThrough passed = writeWAVPassThrough(data, srcRate, srcChannels, to);
+            return {true, {}, std::move(passed.written), std::move(passed.facts)};
         } catch (const WriteError& error) {
-            return {false, error.what(), {}};
+            return {false, error.what(), {}, {}};
         }
     }
     return convertInBlocks(data, to, format, srcRate, srcChannels, targetRate, outChannels, targetDepth,
@@ -35,22 +36,22 @@ ConversionResult convertWholeBuffer(ByteView data, const OutputTarget& to, Sourc
     // next one exists: at most two full-length buffers are alive at once.
     PcmBufferPtr buffer = decodeToBuffer(data, format, srcRate, srcChannels);
     if (!buffer)
-        return {false, "couldn't read audio", {}};
+        return {false, "couldn't read audio", {}, {}};
     releaseResidentPages(data);
 
     buffer = resample(buffer, targetRate);
     if (!buffer)
-        return {false, "resample failed", {}};
+        return {false, "resample failed", {}, {}};
     buffer = mapChannels(buffer, outChannels);
     if (!buffer)
-        return {false, "channel map failed", {}};
+        return {false, "channel map failed", {}, {}};
     if (normalizeLoudness)
         normalize(*buffer);
 
     try {
-        return {true, {}, writeWAV(*buffer, to, targetDepth)};
+        return {true, {}, writeWAV(*buffer, to, targetDepth), {}};
     } catch (const WriteError& error) {
-        return {false, error.what(), {}};
+        return {false, error.what(), {}, {}};
     }
 }
 

@@ -10,8 +10,10 @@ namespace quorvel {
 // read afresh when it is bounced, so the encoding travels as a fixed one).
 inline BounceSettings withSession(BounceSettings settings, const SessionAnswer& session)
 {
-    if (session.rate)
+    if (session.rate) {
         settings.sourceRate = *session.rate;
+        settings.sessionRate = true;
+    }
     if (session.format) {
         settings.sourceFormat = SourceFormatChoice::fixed(*session.format);
         settings.sessionFormat = true;

@@ -1,9 +1,4 @@
 #include "core/pipeline/writeWAV.hpp"
-#include "core/io/PartialFile.hpp"
-#include "core/pipeline/outputNaming.hpp"
-
-#include <sndfile.h>
-
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -16,11 +11,6 @@ namespace quorvel {
 namespace {
 
 constexpr std::int64_t kBlockFrames = 1 << 15;
-constexpr std::int64_t kWavDataLimit = 0xFFFFFFFFLL - 1024; // RIFF sizes are 32-bit; leave room for the header
-
-struct SndfileCloser {
-    void operator()(SNDFILE* file) const { sf_close(file); }
-};
 
 // Nearest integer, ties to even: lrintf, in a form the compiler can do eight at a time.
 inline std::int32_t roundToInt(float v)
@@ -82,43 +72,23 @@ void packBlock(std::span<const float* const> channels, std::int64_t start, std::
         }
 }
 
-int subformat(std::int64_t depth)
-{
-    switch (depth) {
-    case 16: return SF_FORMAT_PCM_16;
-    case 24: return SF_FORMAT_PCM_24;
-    case 32: return SF_FORMAT_PCM_32;
-    }
-    throw WriteError("unsupported bit depth " + std::to_string(depth));
-}
-
 } // namespace
 
 struct WavWriter::State {
-    OutputTarget to;
-    PartialFile partial;
-    std::unique_ptr<SNDFILE, SndfileCloser> file;
+    State(const OutputTarget& to, std::int64_t rate, std::int64_t channels, std::int64_t frames, std::int64_t bitDepth)
+        : file(to, rate, channels, bitDepth, frames), depth(bitDepth)
+    {
+    }
+    WavContainer file;
     std::int64_t depth;
-    std::vector<std::uint8_t> block;
-    std::vector<std::int32_t> quantised;
+    std::vector<std::uint8_t> block{};
+    std::vector<std::int32_t> quantised{};
 };
 
 WavWriter::WavWriter(const OutputTarget& to, std::int64_t sampleRate, std::int64_t channels,
                      std::int64_t frames, std::int64_t bitDepth)
+    : state_(std::make_unique<State>(to, sampleRate, channels, frames, bitDepth))
 {
-    const std::int64_t dataBytes = frames * channels * (bitDepth / 8);
-    SF_INFO info{};
-    info.samplerate = static_cast<int>(sampleRate);
-    info.channels = static_cast<int>(channels);
-    info.format = (dataBytes > kWavDataLimit ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | subformat(bitDepth);
-
-    PartialFile partial = PartialFile::create(to.path);
-    if (partial.fd() < 0)
-        throw WriteError("couldn't create a file in " + to.path.parent_path().string() + ": " + partial.error());
-    state_ = std::make_unique<State>(State{to, std::move(partial), nullptr, bitDepth, {}, {}});
-    state_->file.reset(sf_open_fd(state_->partial.fd(), SFM_WRITE, &info, SF_FALSE));
-    if (!state_->file)
-        throw WriteError(std::string("couldn't start the WAV file: ") + sf_strerror(nullptr));
     state_->block.resize(static_cast<std::size_t>(kBlockFrames * channels * (bitDepth / 8)) + sizeof(std::uint32_t));
 }
 
@@ -126,8 +96,8 @@ WavWriter::~WavWriter() = default;
 
 void WavWriter::write(std::span<const float* const> channels, std::int64_t frames)
 {
-    // libsndfile writes the container; the samples go in as bytes we packed ourselves,
-    // so its own float scaling never touches them.
+    // The samples go in as bytes we packed ourselves, so libsndfile's own float scaling
+    // never touches them.
     const std::int64_t frameBytes = static_cast<std::int64_t>(channels.size()) * (state_->depth / 8);
     for (std::int64_t start = 0; start < frames; start += kBlockFrames) {
         const std::int64_t count = std::min(kBlockFrames, frames - start);
@@ -136,40 +106,15 @@ void WavWriter::write(std::span<const float* const> channels, std::int64_t frame
         case 24: packBlock<24>(channels, start, count, state_->block.data(), state_->quantised); break;
         default: packBlock<32>(channels, start, count, state_->block.data(), state_->quantised); break;
         }
-        const sf_count_t size = count * frameBytes;
-        if (sf_write_raw(state_->file.get(), state_->block.data(), size) != size)
-            throw WriteError(std::string("couldn't write the file: ") + sf_strerror(state_->file.get()));
+        state_->file.write(state_->block, static_cast<std::size_t>(count * frameBytes));
     }
 }
 
-std::filesystem::path WavWriter::finish(ExistingFile existing)
-{
-    const std::filesystem::path& to = state_->to.path;
-    // Closing writes the final chunk sizes, which can fail too (a full disk).
-    if (sf_close(state_->file.release()) != 0)
-        throw WriteError(std::string("couldn't finish the file: ") + sf_strerror(nullptr));
-    PartialFile& partial = state_->partial;
-    if (existing == ExistingFile::replace) {
-        if (!partial.publishReplacing(to))
-            throw WriteError("couldn't put the file in place: " + partial.error());
-        return to;
-    }
-    beforePublishing(partial, state_->to);
-    std::filesystem::path written = partial.publish(to, nextOutputCandidate);
-    if (written.empty())
-        throw WriteError("couldn't put the file in place: " + partial.error());
-    return written;
-}
+void WavWriter::measured(const MeasuredLoudness& loudness) { state_->file.measured(loudness); }
 
-void beforePublishing(PartialFile& partial, const OutputTarget& to)
-{
-    if (!to.beforePublish)
-        return;
-    const std::int64_t bytes = partial.syncedSize();
-    if (bytes < 0)
-        throw WriteError("couldn't put the file on disk: " + partial.error());
-    to.beforePublish(bytes);
-}
+std::filesystem::path WavWriter::finish(ExistingFile existing) { return state_->file.finish(existing); }
+
+const OutputFacts& WavWriter::facts() const { return state_->file.facts(); }
 
 std::filesystem::path writeWAV(const PcmBuffer& buffer, const OutputTarget& to, std::int64_t bitDepth,
                                ExistingFile existing)
