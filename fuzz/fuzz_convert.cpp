@@ -8,6 +8,8 @@
 
 #include "core/detection/detectBestFormat.hpp"
 #include "core/detection/smoothness.hpp"
+#include "core/formats/riffChunks.hpp"
+#include "core/io/Digest.hpp"
 #include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/convertOneNative.hpp"
 #include "core/pipeline/decodeToBuffer.hpp"
@@ -23,6 +25,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -203,6 +206,28 @@ public:
     int analysedCalls = 0, printingCalls = 0;
 };
 
+// A Broadcast WAV ends with its MD5 chunk, which holds the digest of the data chunk's payload
+// (as one little-endian number), the same the result reports; the RIFF size takes it in.
+void checkMD5Chunk(const BounceResult& result)
+{
+    std::ifstream in(result.output, std::ios::binary);
+    const std::vector<std::uint8_t> file{std::istreambuf_iterator<char>(in), {}};
+    const auto chunks = riffChunks(file);
+    FUZZ_CHECK(chunks && chunks->size() >= 2 && chunks->back().id == "MD5 " && chunks->back().size == 16 &&
+                   (*chunks)[chunks->size() - 2].id == "data",
+               "chunks of %s out of order", result.output.c_str());
+    const std::uint32_t riffSize = file[4] | file[5] << 8 | file[6] << 16 | static_cast<std::uint32_t>(file[7]) << 24;
+    FUZZ_CHECK(riffSize + 8ULL == file.size(), "RIFF size %u for a file of %zu bytes", riffSize, file.size());
+    const RiffChunk& data = (*chunks)[chunks->size() - 2];
+    Digest md5(Digest::Kind::md5);
+    md5.add(std::span(file).subspan(static_cast<std::size_t>(data.offset), static_cast<std::size_t>(data.size)));
+    const auto stored = std::span(file).subspan(static_cast<std::size_t>(chunks->back().offset), 16);
+    const std::string digest = hexText(md5.finish());
+    FUZZ_CHECK(digest == hexText(std::vector<std::uint8_t>(stored.rbegin(), stored.rend())) &&
+                   digest == result.facts.audioMD5,
+               "MD5 %s, chunk and report disagree (report %s)", digest.c_str(), result.facts.audioMD5.c_str());
+}
+
 constexpr double kStaticBelow = 0.2;
 constexpr double kCorrectionAtLeast = 0.4;
 
@@ -283,6 +308,7 @@ void checkBounce(ByteView payload, const ConvertSettings& s)
     FUZZ_CHECK(left == std::vector<fs::path>{name}, "output folder holds %s", joined(left).c_str());
     checkWav(result.output,
              {payload, result.format, s.sourceRate, s.sourceChannels, s.targetRate, outChannels, s.depth, s.normalize});
+    checkMD5Chunk(result);
 }
 
 } // namespace
