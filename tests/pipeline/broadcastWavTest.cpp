@@ -187,7 +187,6 @@ TEST_F(BroadcastWav, MastersDatedByTheirContainerElseTheFileTime)
         EXPECT_EQ(bext.date + " " + bext.time, "1997-03-04 10:11:12") << c.name;
         EXPECT_EQ(bext.description, c.description);
     }
-    EXPECT_EQ(cases[3].description.size(), 256u); // the field's whole length
 }
 
 TEST(BextText, WritesAsciiOnly)
