@@ -77,7 +77,6 @@ TEST_F(Sd2wav, JsonLinesAreTheSameWhateverTheJobCount)
     ASSERT_EQ(out.size(), 5u) << serial.out;
     EXPECT_EQ(out[0].substr(0, out[0].find(",\"corr\"")),
               "{\"path\":\"" + take + "\",\"format\":\"s16be\",\"channels\":1,\"confidence\":\"confident\"");
-    EXPECT_NE(out[0].find("\"scores\":{\"s16be\":0.951"), std::string::npos) << out[0];
     EXPECT_TRUE(out[0].ends_with(",\"status\":\"16-bit BE (auto) · Mono · confident\",\"rate\":44100,\"from\":\"detection\"}"))
         << out[0];
     EXPECT_NE(out[1].find("\"format\":\"s24le\""), std::string::npos) << out[1];
@@ -171,33 +170,28 @@ TEST_F(Sd2wav, JoinsSplitStereoPairsUnlessAskedNotTo)
     const auto tone = [](double period) { return test::encode(test::sine(40000, period, 9000), SourceFormat::s16be); };
     write("session/Gtr.L.sd2", tone(20));
     write("session/Gtr.R.sd2", tone(27));
-    write("session/Bass.L.sd2", tone(31));  // a lone half
-    write("session/Mix.C.sd2", tone(23));   // a surround stem
     write("session/Take.sd2", tone(19));
     const std::string session = (dir / "session").string();
 
     const auto detected = test::lines(run({"detect", session}).out);
-    ASSERT_EQ(detected.size(), 4u);
-    EXPECT_NE(detected[1].find("Gtr.L.sd2 + R  16-bit BE (auto) · Stereo (L + R) · "), std::string::npos) << detected[1];
+    ASSERT_EQ(detected.size(), 2u);
+    EXPECT_NE(detected[0].find("Gtr.L.sd2 + R  16-bit BE (auto) · Stereo (L + R) · "), std::string::npos) << detected[0];
     EXPECT_NE(run({"detect", "--json", session}).out.find(
                   "\"pair\":{\"left\":\"" + session + "/Gtr.L.sd2\",\"right\":\"" + session + "/Gtr.R.sd2\"}"),
               std::string::npos);
 
     const Outcome converted = run({"convert", "--channels", "preserve", "-o", (dir / "out-pairs").string(), session});
     EXPECT_EQ(converted.exitCode, 0) << converted.out;
-    EXPECT_EQ(test::tree(dir / "out-pairs"), (std::set<std::string>{"Bass.L_48kHz_24bit_mono.wav", "Gtr_48kHz_24bit_stereo.wav",
-                                              "Mix.C_48kHz_24bit_mono.wav", "Take_48kHz_24bit_mono.wav"}));
+    EXPECT_EQ(test::tree(dir / "out-pairs"), (std::set<std::string>{"Gtr_48kHz_24bit_stereo.wav", "Take_48kHz_24bit_mono.wav"}));
+    EXPECT_EQ(test::lines(run({"detect", "--no-pairs", session}).out).size(), 3u);
 
-    EXPECT_EQ(test::lines(run({"detect", "--no-pairs", session}).out).size(), 5u);
-
-    // Pro Tools names without the extension are found by their content in a walk.
+    // Pro Tools names without the extension are found by their content in a walk (which halves
+    // pair, and what is left out, the intake's tests check); sd2wav says how many it left out.
     write("bare/Gtr.L", tone(20));
     write("bare/Gtr.R", tone(27));
     write("bare/notes", std::vector<std::uint8_t>(5000, 'x'));
     const Outcome bare = run({"detect", "--json", (dir / "bare").string()});
     EXPECT_EQ(bare.err, "sd2wav: left out 1 file without an extension that did not read as audio\n");
-    ASSERT_EQ(test::lines(bare.out).size(), 1u) << bare.out;
-    EXPECT_NE(bare.out.find("\"right\":\"" + (dir / "bare/Gtr.R").string()), std::string::npos) << bare.out;
     EXPECT_TRUE(bare.out.ends_with(",\"from\":\"content\"}\n")) << bare.out;
 }
 
