@@ -26,6 +26,12 @@ Bytes stereoSine(SourceFormat format, std::size_t frames = 20000)
     return test::encode(test::interleave(test::sine(frames, 61, amplitude), test::sine(frames, 89, amplitude)), format);
 }
 
+std::optional<FileDetection> detect(const fs::path& path, SourceFormatChoice choice = SourceFormatChoice::automatic())
+{
+    std::string unreadable;
+    return detectSource(path, MappedFile::open(path).bytes(), choice, std::nullopt, unreadable);
+}
+
 } // namespace
 
 TEST(Fork, TrustsUsableValuesAndUndoesTheSwap)
@@ -204,16 +210,14 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     test::ScratchDir dir;
     const fs::path take = dir.write("take.sd2", stereoSine(SourceFormat::s24be));
     dir.write("._take.sd2", test::appleDouble(test::resourceFork({})));
-    const MappedFile file = MappedFile::open(take);
-    std::string unreadable;
-    const auto found = detectSource(take, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+    const auto found = detect(take);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->status, "24-bit BE (file info) · Stereo · 48 kHz");
     EXPECT_EQ(found->format.best, SourceFormat::s24be);
     EXPECT_EQ(found->channels.channels, 2);
 
     // A fixed choice overrides the encoding; the file's rate stays its own.
-    const auto fixed = detectSource(take, file.bytes(), SourceFormatChoice::fixed(SourceFormat::s16le), std::nullopt, unreadable);
+    const auto fixed = detect(take, SourceFormatChoice::fixed(SourceFormat::s16le));
     ASSERT_TRUE(fixed);
     EXPECT_TRUE(fixed->status.starts_with("16-bit LE (set)")) << fixed->status;
     EXPECT_EQ(fixed->source.description->rate, 48000);
@@ -222,8 +226,7 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     // the encoding and says so; the rate stays the file's.
     const fs::path lying = dir.write("lying.sd2", stereoSine(SourceFormat::s16le));
     dir.write("._lying.sd2", test::appleDouble(test::resourceFork({"3", "48000", "1"})));
-    const MappedFile lyingFile = MappedFile::open(lying);
-    const auto detected = detectSource(lying, lyingFile.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+    const auto detected = detect(lying);
     ASSERT_TRUE(detected);
     EXPECT_EQ(detected->status,
               "16-bit LE (auto) · Stereo · confident · 48 kHz (file info) · encoding corrected from 24-bit BE");
@@ -260,9 +263,7 @@ TEST(DetectSource, ReadsTheForksLibsndfileWrites)
         EXPECT_EQ(source.description, (SourceDescription{c.format, c.channels, c.rate})) << c.subformat;
         EXPECT_EQ(source.container, "resource fork");
         // Its data fork reads as audio in the described encoding, so the description stands.
-        const MappedFile mapped = MappedFile::open(path);
-        std::string unreadable;
-        const auto found = detectSource(path, mapped.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+        const auto found = detect(path);
         ASSERT_TRUE(found);
         EXPECT_EQ(found->status, metadataStatus(*source.description));
     }
