@@ -185,8 +185,8 @@ TEST_F(Sd2wav, JoinsSplitStereoPairsUnlessAskedNotTo)
     EXPECT_EQ(test::tree(dir / "out-pairs"), (std::set<std::string>{"Gtr_48kHz_24bit_stereo.wav", "Take_48kHz_24bit_mono.wav"}));
     EXPECT_EQ(test::lines(run({"detect", "--no-pairs", session}).out).size(), 3u);
 
-    // Pro Tools names without the extension are found by their content in a walk (which halves
-    // pair, and what is left out, the intake's tests check); sd2wav says how many it left out.
+    // Pro Tools names without the extension are found by their content in a walk, and sd2wav
+    // says how many files it left out.
     write("bare/Gtr.L", tone(20));
     write("bare/Gtr.R", tone(27));
     write("bare/notes", std::vector<std::uint8_t>(5000, 'x'));
@@ -202,7 +202,7 @@ TEST_F(Sd2wav, MetadataGivesTheRateDetectReports)
     write("s/Mix 3", test::encode(stereo, SourceFormat::s16be));
     write("s/._Mix 3", test::appleDouble(test::resourceFork({"2", "48000.000000", "2"})));
     write("s/take.bin", test::macBinary("Take 1", test::encode(stereo, SourceFormat::s16be),
-                                          test::resourceFork({"2", "22050", "2"})));
+                                        test::resourceFork({"2", "22050", "2"})));
     const std::string bare = write("s/plain.sd2", test::encode(stereo, SourceFormat::s16be));
 
     const Outcome r = run({"detect", "--json", "--source-rate", "48000", (dir / "s").string()});
