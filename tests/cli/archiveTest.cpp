@@ -80,29 +80,25 @@ TEST_F(Archive, ShardsSplitTheArchiveExactlyOnce)
     fs::copy(dir / "mnt/one", dir / "mnt/two/deeper", fs::copy_options::recursive);
 
     ASSERT_EQ(run({"convert", "--keep-tree", "-o", "whole", "mnt/one/ARCH", "mnt/one/loose.sd2"}).exitCode, 0);
-    std::multiset<std::string> whole;
-    for (const std::string& entry : tree("whole"))
-        if (!entry.ends_with('/'))
-            whole.insert(entry);
+    // The files a run wrote, none when it wrote nothing.
+    const auto files = [&](const std::string& to) {
+        std::multiset<std::string> found;
+        for (const std::string& entry : fs::exists(dir / to) ? tree(to) : std::set<std::string>{})
+            if (!entry.ends_with('/'))
+                found.insert(entry);
+        return found;
+    };
     for (const int n : {1, 2, 3, 7}) {
         std::multiset<std::string> together;
         for (int k = 1; k <= n; ++k) {
-            const std::string shard = std::to_string(k) + "/" + std::to_string(n);
-            std::set<std::string> written[2];
-            for (int m = 0; m < 2; ++m) {
-                const std::string mount = m == 0 ? "mnt/one/" : "mnt/two/deeper/";
-                const std::string to = "parts/" + shard + "/" + std::to_string(m);
-                const Outcome r = run({"convert", "--keep-tree", "--shard", shard, "-o", to, mount + "ARCH", mount + "loose.sd2"});
-                EXPECT_EQ(r.exitCode, 0) << shard << r.err;
-                if (fs::exists(dir / to))
-                    written[m] = tree(to);
-            }
-            EXPECT_EQ(written[0], written[1]) << "shard " << shard << " differs between mount points";
-            for (const std::string& entry : written[0])
-                if (!entry.ends_with('/'))
-                    together.insert(entry);
+            const std::string shard = std::to_string(k) + "/" + std::to_string(n), to = "parts/" + shard + "/";
+            for (const std::string mount : {"mnt/one/", "mnt/two/deeper/"})
+                EXPECT_EQ(run({"convert", "--keep-tree", "--shard", shard, "-o", to + mount, mount + "ARCH", mount + "loose.sd2"})
+                              .exitCode, 0) << shard;
+            EXPECT_EQ(files(to + "mnt/one/"), files(to + "mnt/two/deeper/")) << "shard " << shard << " differs between mount points";
+            together.merge(files(to + "mnt/one/"));
         }
-        EXPECT_EQ(together, whole) << n << " parts";
+        EXPECT_EQ(together, files("whole")) << n << " parts";
     }
 
     for (const char* bad : {"0/3", "4/3", "3", "1/0", "a/2", "1/2x", "-1/2", "1/"})
@@ -117,11 +113,9 @@ TEST_F(Archive, KilledRunsResumeToTheSameFiles)
     for (const char* session : {"Session 1", "Session 2", "Session 10"})
         for (const char* name : {"Kick", "Snare", "Vox", "Caf\x8e"}) // the last is not UTF-8 (MacRoman)
             take(std::string("ARCH/") + session + "/" + name + ".sd2", 2);
-    const std::vector<std::string> convert{"convert", "--keep-tree", "-j", "3", "--rate", "96000", "--report"};
-    const auto args = [&](const std::string& report, const std::string& out) {
-        std::vector<std::string> all = convert;
-        all.insert(all.end(), {report, "-o", out, "ARCH"});
-        return all;
+    const auto args = [](const std::string& report, const std::string& out, const std::string& depth = "24") {
+        return std::vector<std::string>{"convert", "--keep-tree", "-j", "3", "--rate", "96000", "--depth", depth,
+                                        "--report", report, "-o", out, "ARCH"};
     };
 
     const auto started = std::chrono::steady_clock::now();
@@ -160,9 +154,7 @@ TEST_F(Archive, KilledRunsResumeToTheSameFiles)
     // A source that changed since, or other settings, and the file is converted again.
     fs::last_write_time(dir / "ARCH/Session 2/Vox.sd2", fs::file_time_type::clock::now());
     EXPECT_EQ(run(args("resumed.jsonl", "resumed")).err, "sd2wav: skipped 11 files that resumed.jsonl lists as converted\n");
-    std::vector<std::string> depth16 = args("resumed.jsonl", "resumed");
-    depth16.insert(depth16.begin() + 1, {"--depth", "16"});
-    EXPECT_EQ(run(depth16).err, "");
+    EXPECT_EQ(run(args("resumed.jsonl", "resumed", "16")).err, "");
 
     // A report that cannot be read or made stops the run before it writes anything.
     for (const char* report : {"ARCH", "missing/report.jsonl"}) {
@@ -188,9 +180,8 @@ TEST_F(Archive, ReportsChecksumsAnArchivistCanVerify)
     EXPECT_TRUE(csv.starts_with("path,rawPath,pair,rawRight,output,rawOutput,ok,status,error,format,channels,autoCorrected,"
                                 "from,size,modified,rightSize,rightModified,outputSize,sha256,rightSha256,audioMD5,frames,"
                                 "rate,encodingFrom,layoutFrom,rateFrom,settings\r\n")) << csv;
-    std::istringstream lines(r.out);
     std::vector<std::string> outputs;
-    for (std::string line; std::getline(lines, line);) {
+    for (const std::string& line : test::lines(r.out)) {
         std::smatch m;
         ASSERT_TRUE(std::regex_search(line, m, std::regex(R"re("path":"([^"]+)","output":"([^"]+)".*"sha256":"(\w+)","audioMD5":"(\w+)","frames":(\d+),"rate":44100,"encodingFrom":"detection","layoutFrom":"detection","rateFrom":"set")re"))) << line;
         const std::string source = test::slurp(dir / m[1].str());

@@ -26,16 +26,13 @@ Bytes stereoSine(SourceFormat format, std::size_t frames = 20000)
     return test::encode(test::interleave(test::sine(frames, 61, amplitude), test::sine(frames, 89, amplitude)), format);
 }
 
-} // namespace
-
-TEST(Fork, ReadsTheStringsWhereverTheMapPutsThem)
+std::optional<FileDetection> detect(const fs::path& path, SourceFormatChoice choice = SourceFormatChoice::automatic())
 {
-    const auto strings = parseResourceFork(test::resourceFork({"2", "44100.000000", "1"}));
-    ASSERT_TRUE(strings);
-    EXPECT_EQ(strings->sampleSize, "2"); // the unrelated type's id 1000 is not taken
-    EXPECT_EQ(strings->sampleRate, "44100.000000");
-    EXPECT_EQ(strings->channels, "1");
+    std::string unreadable;
+    return detectSource(path, MappedFile::open(path).bytes(), choice, std::nullopt, unreadable);
 }
+
+} // namespace
 
 TEST(Fork, TrustsUsableValuesAndUndoesTheSwap)
 {
@@ -71,10 +68,14 @@ TEST(Fork, TrustsUsableValuesAndUndoesTheSwap)
             << *c.strings.sampleSize << " " << *c.strings.sampleRate << " " << c.strings.channels.value_or("-");
 }
 
+// The strings are read wherever the map puts them; a malformed fork is rejected.
 TEST(Fork, MalformedForksAreRejectedWithoutReadingOutside)
 {
     const Bytes good = test::resourceFork({});
-    ASSERT_TRUE(parseResourceFork(good));
+    const auto strings = parseResourceFork(good);
+    ASSERT_TRUE(strings);
+    EXPECT_EQ(std::tuple(strings->sampleSize, strings->sampleRate, strings->channels),
+              std::tuple("3", "48000.000000", "2"));
     // Every truncation fails cleanly (run under ASan this also proves no read past the end).
     for (std::size_t n = 0; n < good.size(); ++n)
         EXPECT_FALSE(parseResourceFork(std::span(good).first(n))) << n;
@@ -109,9 +110,6 @@ TEST(Containers, EntryTablesAndMacBinaryHeadersAreChecked)
     const Bytes single = test::appleSingle(data, fork);
     const auto entries = parseAppleEntries(single, static_cast<std::int64_t>(single.size()));
     ASSERT_TRUE(entries);
-    EXPECT_TRUE(entries->single);
-    ASSERT_TRUE(entries->dataFork);
-    EXPECT_EQ(entries->dataFork->length, static_cast<std::int64_t>(data.size()));
     // An entry past the container's end, or a table cut short.
     EXPECT_FALSE(parseAppleEntries(single, static_cast<std::int64_t>(single.size()) - 1));
     EXPECT_FALSE(parseAppleEntries(std::span(single).first(40), 40));
@@ -127,9 +125,6 @@ TEST(Containers, EntryTablesAndMacBinaryHeadersAreChecked)
     const Bytes bin = test::macBinary("Mix 3", data, fork);
     const auto header = parseMacBinary(bin, static_cast<std::int64_t>(bin.size()));
     ASSERT_TRUE(header);
-    EXPECT_EQ(header->name, "Mix 3");
-    EXPECT_EQ(header->dataFork.offset, 128);
-    EXPECT_EQ(header->resourceFork.offset, 128 + (static_cast<std::int64_t>(data.size()) + 127) / 128 * 128);
     Bytes badCrc = bin;
     badCrc[124] ^= 1;
     EXPECT_FALSE(parseMacBinary(badCrc, static_cast<std::int64_t>(badCrc.size())));
@@ -215,16 +210,14 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     test::ScratchDir dir;
     const fs::path take = dir.write("take.sd2", stereoSine(SourceFormat::s24be));
     dir.write("._take.sd2", test::appleDouble(test::resourceFork({})));
-    const MappedFile file = MappedFile::open(take);
-    std::string unreadable;
-    const auto found = detectSource(take, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+    const auto found = detect(take);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->status, "24-bit BE (file info) · Stereo · 48 kHz");
     EXPECT_EQ(found->format.best, SourceFormat::s24be);
     EXPECT_EQ(found->channels.channels, 2);
 
     // A fixed choice overrides the encoding; the file's rate stays its own.
-    const auto fixed = detectSource(take, file.bytes(), SourceFormatChoice::fixed(SourceFormat::s16le), std::nullopt, unreadable);
+    const auto fixed = detect(take, SourceFormatChoice::fixed(SourceFormat::s16le));
     ASSERT_TRUE(fixed);
     EXPECT_TRUE(fixed->status.starts_with("16-bit LE (set)")) << fixed->status;
     EXPECT_EQ(fixed->source.description->rate, 48000);
@@ -233,8 +226,7 @@ TEST(DetectSource, UsesTrustedMetadataAndFallsBackWhenItDoesNotMatchTheAudio)
     // the encoding and says so; the rate stays the file's.
     const fs::path lying = dir.write("lying.sd2", stereoSine(SourceFormat::s16le));
     dir.write("._lying.sd2", test::appleDouble(test::resourceFork({"3", "48000", "1"})));
-    const MappedFile lyingFile = MappedFile::open(lying);
-    const auto detected = detectSource(lying, lyingFile.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+    const auto detected = detect(lying);
     ASSERT_TRUE(detected);
     EXPECT_EQ(detected->status,
               "16-bit LE (auto) · Stereo · confident · 48 kHz (file info) · encoding corrected from 24-bit BE");
@@ -271,9 +263,7 @@ TEST(DetectSource, ReadsTheForksLibsndfileWrites)
         EXPECT_EQ(source.description, (SourceDescription{c.format, c.channels, c.rate})) << c.subformat;
         EXPECT_EQ(source.container, "resource fork");
         // Its data fork reads as audio in the described encoding, so the description stands.
-        const MappedFile mapped = MappedFile::open(path);
-        std::string unreadable;
-        const auto found = detectSource(path, mapped.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+        const auto found = detect(path);
         ASSERT_TRUE(found);
         EXPECT_EQ(found->status, metadataStatus(*source.description));
     }

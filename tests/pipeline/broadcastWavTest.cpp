@@ -121,13 +121,9 @@ TEST_F(BroadcastWav, ChunksAtEveryDepthAndLayoutNormalisedOrNot)
                                  (c.normalize ? out + "Quorvel " + version + "; loudness normalised to -14 LUFS, true peak -1 dBTP\r\n" : "");
         EXPECT_TRUE(bext.history.starts_with(ours)) << what << "\n" << bext.history;
         EXPECT_EQ(bext.history.substr(ours.size()).find(out + "libsndfile-"), 0u) << what; // libsndfile's own row
-        if (c.normalize) {
-            EXPECT_NEAR(bext.loudness, -1400, 50) << what;
-            EXPECT_LE(bext.truePeak, -95) << what;
-        } else {
-            EXPECT_EQ(bext.loudness, 0x7FFF) << what;
-            EXPECT_EQ(bext.truePeak, 0x7FFF) << what;
-        }
+        // Measured when normalised, else 0x7FFF: unknown.
+        EXPECT_NEAR(bext.loudness, c.normalize ? -1400 : 0x7FFF, c.normalize ? 50 : 0) << what;
+        EXPECT_TRUE(c.normalize ? bext.truePeak <= -95 : bext.truePeak == 0x7FFF) << what << ": " << bext.truePeak;
         EXPECT_EQ(bext.reference.size(), 32u);
         references.insert(bext.reference);
 
@@ -187,7 +183,6 @@ TEST_F(BroadcastWav, MastersDatedByTheirContainerElseTheFileTime)
         EXPECT_EQ(bext.date + " " + bext.time, "1997-03-04 10:11:12") << c.name;
         EXPECT_EQ(bext.description, c.description);
     }
-    EXPECT_EQ(cases[3].description.size(), 256u); // the field's whole length
 }
 
 TEST(BextText, WritesAsciiOnly)
