@@ -283,7 +283,7 @@ private slots:
     }
 
     // The menu ticks the current choice, shows every entry whole, and the row's picture
-    // follows the choice.
+    // follows the choice; a pair's menu splits it into its halves, whose menus join them again.
     void overrideMenu()
     {
         show();
@@ -319,14 +319,9 @@ private slots:
         QCOMPARE(named(menus[1], "overrideText")->property("text").toString(), QStringLiteral("Mono"));
         QVERIFY(itemAt(choices, 1)->property("checked").toBool());
         QCOMPARE(wave->property("lanes").toInt(), 1);
-    }
 
-    // A pair is one row that splits into its halves, whose rows join them again.
-    void splitStereoPairRow()
-    {
-        show();
-        const auto q = queue({"Gtr.L.sd2", "Gtr.R.sd2"}, true);
-        QCOMPARE(q.size(), 1u);
+        model->clear();
+        QCOMPARE(queue({"Gtr.L.sd2", "Gtr.R.sd2"}, true).size(), 1u);
         for (const QString& action : QStringList{"Split into L and R", "Join L and R"}) {
             QObject* choices = openMenu(named(rows().value(0), "overrideMenu"));
             QVERIFY(choices);
@@ -339,7 +334,8 @@ private slots:
         QCOMPARE(model->queue()[0]->halves(), QStringLiteral("Gtr.L.sd2 + Gtr.R.sd2"));
     }
 
-    // The footer, meter and overlay through real runs, held at the first and the closing pause.
+    // The footer, meter and overlay through real runs, held at the first and the closing pause;
+    // then the meter's lit bars at each level.
     void runInTheViews()
     {
         show();
@@ -373,10 +369,11 @@ private slots:
         QTRY_VERIFY(!overlay->isVisible());
         QCOMPARE(bounceText(), QStringLiteral("BOUNCE 0 →"));
 
-        // A file that has gone fails the run: a warning instead of the seal.
-        queue({"gone.sd2"});
-        runToSummary();
-        QCOMPARE(overlay->property("mark").toString(), QStringLiteral("warning"));
+        QObject* meter = prop(prop(root(), "header"), "meter");
+        for (auto [level, lit] : {std::pair{0.0, 1}, {0.14, 3}, {0.5, 9}, {1.0, 16}, {-0.2, 0}}) {
+            meter->setProperty("level", level);
+            QCOMPARE(litBars(), lit);
+        }
     }
 
     // At the size the window takes on a 1920 × 1080 screen, the folded deck leaves room for
@@ -401,7 +398,8 @@ private slots:
         QVERIFY2(whole >= 5, qPrintable(QString::number(whole)));
     }
 
-    // After a run with failures the list brings the first failed row into view and marks it.
+    // After a run with failures the overlay shows a warning instead of the seal, and the list
+    // brings the first failed row into view and marks it.
     void firstFailureComesIntoView()
     {
         show({760, 700});
@@ -411,6 +409,7 @@ private slots:
         queue(names, true);
         queue({"zz gone.sd2"});
         runToSummary();
+        QCOMPARE(find("progressOverlay")->property("mark").toString(), QStringLiteral("warning"));
         QQuickItem* list = find("fileList");
         QMetaObject::invokeMethod(list, "positionViewAtEnd");
         gate.release();
@@ -472,9 +471,10 @@ private slots:
         QVERIFY2(texts >= 30, qPrintable(QString::number(texts)));
     }
 
-    // Tab goes through the controls in reading order, each showing its focus ring, and icon
-    // buttons, cut texts and a pair's name explain themselves on hover.
-    void keyboardAndTooltips()
+    // Tab goes through the controls in reading order, each showing its focus ring; icon
+    // buttons, cut texts and a pair's name explain themselves on hover; the settings card's
+    // segments set the model, and its disclosure shows the advanced settings.
+    void settingsCardKeyboardAndTooltips()
     {
         show({700, 1200});
         auto q = queue({"Gtr.L.sd2", "Gtr.R.sd2", "x.sd2"}, true);
@@ -496,7 +496,6 @@ private slots:
                                      "advancedDisclosure", "clearButton", "overrideMenu", "play", "remove", "overrideMenu",
                                      "play", "requeueButton", "remove", "destinationButton", "bounceButton", "browseButton"}));
 
-        const auto rowOf = [&](int i) { return rows().value(i); };
         const std::tuple<int, const char*, QString> tips[] = {
             {0, "fileName", "Gtr.L.sd2 + Gtr.R.sd2"},
             {1, "status", q[1]->status()},
@@ -505,11 +504,24 @@ private slots:
             {1, "requeueButton", "Back in the queue"},
             {1, "remove", "Remove from the list"}};
         for (const auto& [row, name, tip] : tips) {
-            QTest::mouseMove(window.get(), named(rowOf(row), name)->mapToScene(named(rowOf(row), name)->boundingRect().center()).toPoint());
+            QQuickItem* item = named(rows().value(row), name);
+            QTest::mouseMove(window.get(), item->mapToScene(item->boundingRect().center()).toPoint());
             QTRY_COMPARE(toolTip(window.get()), tip);
         }
         QCOMPARE(find("dropZone")->findChild<QObject*>("folderDialog")->property("title").toString(),
                  QStringLiteral("Choose a folder of .sd2 files"));
+
+        QCOMPARE(visibleTexts(find("rateSegments")), (QStringList{"44.1", "48", "88.2", "96"}));
+        QCOMPARE(visibleTexts(find("depthSegments")), (QStringList{"16", "24", "32"}));
+        const QStringList basic{"SAMPLE RATE", "BIT DEPTH", "CHANNELS"}, advanced{"SOURCE FORMAT", "SOURCE RATE"};
+        const auto captions = [&] { return visibleTexts(root()).filter(QRegularExpression("^(" + (basic + advanced).join('|') + ")$")); };
+        QCOMPARE(captions(), basic);
+        QQuickItem* rate96 = withText(find("rateSegments"), "96");
+        click(rate96);
+        QCOMPARE(model->property("targetRate").toInt(), 96000);
+        QVERIFY(rate96->parentItem()->property("selected").toBool());
+        click(withText(root(), "ADVANCED INPUT SETTINGS"));
+        QCOMPARE(captions(), basic + advanced);
     }
 
     // Closing while files are written asks; Return keeps bouncing; Stop drops the file being
@@ -544,15 +556,6 @@ private slots:
         QCOMPARE(q[2]->state(), FileItem::ready);
     }
 
-    void meterLevels()
-    {
-        show();
-        QObject* meter = prop(prop(root(), "header"), "meter");
-        for (auto [level, lit] : {std::pair{0.0, 1}, {0.14, 3}, {0.5, 9}, {1.0, 16}, {-0.2, 0}}) {
-            meter->setProperty("level", level);
-            QCOMPARE(litBars(), lit);
-        }
-    }
     void volumeWarningRemembered()
     {
         QSettings().clear(); // a first launch
@@ -632,23 +635,6 @@ private slots:
         QCOMPARE(test::chunksOf(dir / "_sd2_outputs/Plain_48kHz_24bit_stereo.wav")["order"], std::string("fmt data"));
         model->setPlainWav(false);
         model->setKeepFolderStructure(false);
-    }
-
-    void settingsCard()
-    {
-        show();
-        QCOMPARE(visibleTexts(find("rateSegments")), (QStringList{"44.1", "48", "88.2", "96"}));
-        QCOMPARE(visibleTexts(find("depthSegments")), (QStringList{"16", "24", "32"}));
-        const QStringList basic{"SAMPLE RATE", "BIT DEPTH", "CHANNELS"}, advanced{"SOURCE FORMAT", "SOURCE RATE"};
-        const auto captions = [&] { return visibleTexts(root()).filter(QRegularExpression("^(" + (basic + advanced).join('|') + ")$")); };
-        QCOMPARE(captions(), basic);
-
-        QQuickItem* rate96 = withText(find("rateSegments"), "96");
-        click(rate96);
-        QCOMPARE(model->property("targetRate").toInt(), 96000);
-        QVERIFY(rate96->parentItem()->property("selected").toBool());
-        click(withText(root(), "ADVANCED INPUT SETTINGS"));
-        QCOMPARE(captions(), basic + advanced);
     }
 };
 
