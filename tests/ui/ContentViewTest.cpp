@@ -152,6 +152,16 @@ class ContentViewTest : public QObject {
         found.removeIf([](QQuickItem* row) { return !prop(row, "item"); });
         return found;
     }
+    // The row on screen that shows `item`, if any.
+    QQuickItem* rowOf(const FileItem* item)
+    {
+        return matching(root(), [&](QQuickItem* row) { return row->isVisible() && prop(row, "item") == item; }).value(0);
+    }
+    bool inList(QQuickItem* row)
+    {
+        QQuickItem* list = find("fileList");
+        return list->mapRectToScene(list->boundingRect()).contains(row->mapRectToScene(row->boundingRect()));
+    }
     QString heading(const char* section)
     {
         const auto found = shown(root(), section);
@@ -177,14 +187,13 @@ class ContentViewTest : public QObject {
         for (const QString& name : names)
             urls << QUrl::fromLocalFile(QString::fromStdString((music ? dir.write(name.toStdString(), tone) : dir / name.toStdString()).string()));
         model->addURLs(urls);
-        std::vector<FileItem*> items;
-        if (!QTest::qWaitFor([&] { return !model->takingIn(); }))
-            QTest::qFail("intake did not finish", __FILE__, __LINE__);
-        for (const FileItemPtr& item : model->queue())
-            items.push_back(item.get());
-        if (!QTest::qWaitFor([&] { return std::none_of(items.begin(), items.end(), [](auto* i) { return i->confidence() == "…"; }); }))
-            QTest::qFail("detection did not finish", __FILE__, __LINE__);
+        const auto& q = model->queue();
+        if (!QTest::qWaitFor([&] { return !model->takingIn() && std::none_of(q.begin(), q.end(), [](auto& i) { return i->confidence() == "…"; }); }))
+            QTest::qFail("intake or detection did not finish", __FILE__, __LINE__);
         QQuickTest::qWaitForPolish(window.get());
+        std::vector<FileItem*> items;
+        for (const FileItemPtr& item : q)
+            items.push_back(item.get());
         return items;
     }
 
@@ -377,7 +386,8 @@ private slots:
     }
 
     // At the size the window takes on a 1920 × 1080 screen, the folded deck leaves room for
-    // at least five rows.
+    // at least five rows. After a run with failures the overlay shows a warning instead of the
+    // seal, and the list brings the first failed row into view and marks it.
     void queueInView()
     {
         show();
@@ -385,42 +395,27 @@ private slots:
         QVERIFY(QMetaObject::invokeMethod(window.get(), "defaultSize", Q_RETURN_ARG(QVariant, size), Q_ARG(QVariant, QSizeF(1920, 1080))));
         window->resize(size.toSizeF().toSize());
         QQuickItem* zone = find("dropZone");
-        QVERIFY(zone);
         QCOMPARE(zone->height(), 176.0);
-        queue({"1.sd2", "2.sd2", "3.sd2", "4.sd2", "5.sd2", "6.sd2", "7.sd2", "8.sd2", "9.sd2"});
-        QCOMPARE(zone->height(), 52.0); // folded, still taking drops and offering Browse…
-        QVERIFY(named(zone, "browseButton")->isVisible());
-        const QRectF list = find("fileList")->mapRectToScene(find("fileList")->boundingRect());
-        const auto onScreen = rows();
-        const auto whole = std::count_if(onScreen.begin(), onScreen.end(), [&](QQuickItem* row) {
-            return list.contains(row->mapRectToScene(row->boundingRect()));
-        });
-        QVERIFY2(whole >= 5, qPrintable(QString::number(whole)));
-    }
-
-    // After a run with failures the overlay shows a warning instead of the seal, and the list
-    // brings the first failed row into view and marks it.
-    void firstFailureComesIntoView()
-    {
-        show({760, 700});
         QStringList names;
         for (int i = 1; i <= 12; ++i)
             names << QStringLiteral("take %1.sd2").arg(i);
         queue(names, true);
         queue({"zz gone.sd2"});
+        QCOMPARE(zone->height(), 52.0); // folded, still taking drops and offering Browse…
+        QVERIFY(named(zone, "browseButton")->isVisible());
+        const auto onScreen = rows();
+        const auto whole = std::count_if(onScreen.begin(), onScreen.end(), [&](QQuickItem* row) { return inList(row); });
+        QVERIFY2(whole >= 5, qPrintable(QString::number(whole)));
+
+        window->resize(760, 700);
         runToSummary();
         QCOMPARE(find("progressOverlay")->property("mark").toString(), QStringLiteral("warning"));
-        QQuickItem* list = find("fileList");
-        QMetaObject::invokeMethod(list, "positionViewAtEnd");
+        QMetaObject::invokeMethod(find("fileList"), "positionViewAtEnd");
         gate.release();
         QTRY_VERIFY(!model->isConverting());
-        const auto failedRow = [&] {
-            const auto found = matching(list, [&](QQuickItem* i) { return i->isVisible() && prop(i, "item") == model->queue().back().get(); });
-            return found.value(0);
-        };
         QQuickItem* failed = nullptr;
-        QTRY_VERIFY((failed = failedRow()));
-        QVERIFY(list->mapRectToScene(list->boundingRect()).contains(failed->mapRectToScene(failed->boundingRect())));
+        QTRY_VERIFY((failed = rowOf(model->queue().back().get())));
+        QVERIFY(inList(failed));
         QVERIFY(failed->property("flashing").toBool());
         QCOMPARE(heading("benchHeader"), QStringLiteral("QUEUE · 1")); // headings the list reused as rows moved
         QCOMPARE(heading("completedHeader"), QStringLiteral("COMPLETED · 12"));
@@ -598,7 +593,7 @@ private slots:
                                                                {"Loose.sd2", "", ""}};
         qreal above = -1;
         for (int i = 0; i < 3; ++i) {
-            QQuickItem* row = matching(root(), [&](QQuickItem* r) { return r->isVisible() && prop(r, "item") == q[i]; }).value(0);
+            QQuickItem* row = rowOf(q[i]);
             QVERIFY(row);
             QVERIFY(row->mapToScene({0, 0}).y() > above); // in queue order down the list
             above = row->mapToScene({0, 0}).y();
