@@ -152,6 +152,16 @@ class ContentViewTest : public QObject {
         found.removeIf([](QQuickItem* row) { return !prop(row, "item"); });
         return found;
     }
+    // The row on screen that shows `item`, if any.
+    QQuickItem* rowOf(const FileItem* item)
+    {
+        return matching(root(), [&](QQuickItem* row) { return row->isVisible() && prop(row, "item") == item; }).value(0);
+    }
+    bool inList(QQuickItem* row)
+    {
+        QQuickItem* list = find("fileList");
+        return list->mapRectToScene(list->boundingRect()).contains(row->mapRectToScene(row->boundingRect()));
+    }
     QString heading(const char* section)
     {
         const auto found = shown(root(), section);
@@ -177,14 +187,13 @@ class ContentViewTest : public QObject {
         for (const QString& name : names)
             urls << QUrl::fromLocalFile(QString::fromStdString((music ? dir.write(name.toStdString(), tone) : dir / name.toStdString()).string()));
         model->addURLs(urls);
-        std::vector<FileItem*> items;
-        if (!QTest::qWaitFor([&] { return !model->takingIn(); }))
-            QTest::qFail("intake did not finish", __FILE__, __LINE__);
-        for (const FileItemPtr& item : model->queue())
-            items.push_back(item.get());
-        if (!QTest::qWaitFor([&] { return std::none_of(items.begin(), items.end(), [](auto* i) { return i->confidence() == "…"; }); }))
-            QTest::qFail("detection did not finish", __FILE__, __LINE__);
+        const auto& q = model->queue();
+        if (!QTest::qWaitFor([&] { return !model->takingIn() && std::none_of(q.begin(), q.end(), [](auto& i) { return i->confidence() == "…"; }); }))
+            QTest::qFail("intake or detection did not finish", __FILE__, __LINE__);
         QQuickTest::qWaitForPolish(window.get());
+        std::vector<FileItem*> items;
+        for (const FileItemPtr& item : q)
+            items.push_back(item.get());
         return items;
     }
 
@@ -283,7 +292,7 @@ private slots:
     }
 
     // The menu ticks the current choice, shows every entry whole, and the row's picture
-    // follows the choice.
+    // follows the choice; a pair's menu splits it into its halves, whose menus join them again.
     void overrideMenu()
     {
         show();
@@ -319,14 +328,9 @@ private slots:
         QCOMPARE(named(menus[1], "overrideText")->property("text").toString(), QStringLiteral("Mono"));
         QVERIFY(itemAt(choices, 1)->property("checked").toBool());
         QCOMPARE(wave->property("lanes").toInt(), 1);
-    }
 
-    // A pair is one row that splits into its halves, whose rows join them again.
-    void splitStereoPairRow()
-    {
-        show();
-        const auto q = queue({"Gtr.L.sd2", "Gtr.R.sd2"}, true);
-        QCOMPARE(q.size(), 1u);
+        model->clear();
+        QCOMPARE(queue({"Gtr.L.sd2", "Gtr.R.sd2"}, true).size(), 1u);
         for (const QString& action : QStringList{"Split into L and R", "Join L and R"}) {
             QObject* choices = openMenu(named(rows().value(0), "overrideMenu"));
             QVERIFY(choices);
@@ -339,7 +343,8 @@ private slots:
         QCOMPARE(model->queue()[0]->halves(), QStringLiteral("Gtr.L.sd2 + Gtr.R.sd2"));
     }
 
-    // The footer, meter and overlay through real runs, held at the first and the closing pause.
+    // The footer, meter and overlay through real runs, held at the first and the closing pause;
+    // then the meter's lit bars at each level.
     void runInTheViews()
     {
         show();
@@ -373,14 +378,16 @@ private slots:
         QTRY_VERIFY(!overlay->isVisible());
         QCOMPARE(bounceText(), QStringLiteral("BOUNCE 0 →"));
 
-        // A file that has gone fails the run: a warning instead of the seal.
-        queue({"gone.sd2"});
-        runToSummary();
-        QCOMPARE(overlay->property("mark").toString(), QStringLiteral("warning"));
+        QObject* meter = prop(prop(root(), "header"), "meter");
+        for (auto [level, lit] : {std::pair{0.0, 1}, {0.14, 3}, {0.5, 9}, {1.0, 16}, {-0.2, 0}}) {
+            meter->setProperty("level", level);
+            QCOMPARE(litBars(), lit);
+        }
     }
 
     // At the size the window takes on a 1920 × 1080 screen, the folded deck leaves room for
-    // at least five rows.
+    // at least five rows. After a run with failures the overlay shows a warning instead of the
+    // seal, and the list brings the first failed row into view and marks it.
     void queueInView()
     {
         show();
@@ -388,40 +395,27 @@ private slots:
         QVERIFY(QMetaObject::invokeMethod(window.get(), "defaultSize", Q_RETURN_ARG(QVariant, size), Q_ARG(QVariant, QSizeF(1920, 1080))));
         window->resize(size.toSizeF().toSize());
         QQuickItem* zone = find("dropZone");
-        QVERIFY(zone);
         QCOMPARE(zone->height(), 176.0);
-        queue({"1.sd2", "2.sd2", "3.sd2", "4.sd2", "5.sd2", "6.sd2", "7.sd2", "8.sd2", "9.sd2"});
-        QCOMPARE(zone->height(), 52.0); // folded, still taking drops and offering Browse…
-        QVERIFY(named(zone, "browseButton")->isVisible());
-        const QRectF list = find("fileList")->mapRectToScene(find("fileList")->boundingRect());
-        const auto onScreen = rows();
-        const auto whole = std::count_if(onScreen.begin(), onScreen.end(), [&](QQuickItem* row) {
-            return list.contains(row->mapRectToScene(row->boundingRect()));
-        });
-        QVERIFY2(whole >= 5, qPrintable(QString::number(whole)));
-    }
-
-    // After a run with failures the list brings the first failed row into view and marks it.
-    void firstFailureComesIntoView()
-    {
-        show({760, 700});
         QStringList names;
         for (int i = 1; i <= 12; ++i)
             names << QStringLiteral("take %1.sd2").arg(i);
         queue(names, true);
         queue({"zz gone.sd2"});
+        QCOMPARE(zone->height(), 52.0); // folded, still taking drops and offering Browse…
+        QVERIFY(named(zone, "browseButton")->isVisible());
+        const auto onScreen = rows();
+        const auto whole = std::count_if(onScreen.begin(), onScreen.end(), [&](QQuickItem* row) { return inList(row); });
+        QVERIFY2(whole >= 5, qPrintable(QString::number(whole)));
+
+        window->resize(760, 700);
         runToSummary();
-        QQuickItem* list = find("fileList");
-        QMetaObject::invokeMethod(list, "positionViewAtEnd");
+        QCOMPARE(find("progressOverlay")->property("mark").toString(), QStringLiteral("warning"));
+        QMetaObject::invokeMethod(find("fileList"), "positionViewAtEnd");
         gate.release();
         QTRY_VERIFY(!model->isConverting());
-        const auto failedRow = [&] {
-            const auto found = matching(list, [&](QQuickItem* i) { return i->isVisible() && prop(i, "item") == model->queue().back().get(); });
-            return found.value(0);
-        };
         QQuickItem* failed = nullptr;
-        QTRY_VERIFY((failed = failedRow()));
-        QVERIFY(list->mapRectToScene(list->boundingRect()).contains(failed->mapRectToScene(failed->boundingRect())));
+        QTRY_VERIFY((failed = rowOf(model->queue().back().get())));
+        QVERIFY(inList(failed));
         QVERIFY(failed->property("flashing").toBool());
         QCOMPARE(heading("benchHeader"), QStringLiteral("QUEUE · 1")); // headings the list reused as rows moved
         QCOMPARE(heading("completedHeader"), QStringLiteral("COMPLETED · 12"));
@@ -472,9 +466,10 @@ private slots:
         QVERIFY2(texts >= 30, qPrintable(QString::number(texts)));
     }
 
-    // Tab goes through the controls in reading order, each showing its focus ring, and icon
-    // buttons, cut texts and a pair's name explain themselves on hover.
-    void keyboardAndTooltips()
+    // Tab goes through the controls in reading order, each showing its focus ring; icon
+    // buttons, cut texts and a pair's name explain themselves on hover; the settings card's
+    // segments set the model, and its disclosure shows the advanced settings.
+    void settingsCardKeyboardAndTooltips()
     {
         show({700, 1200});
         auto q = queue({"Gtr.L.sd2", "Gtr.R.sd2", "x.sd2"}, true);
@@ -496,7 +491,6 @@ private slots:
                                      "advancedDisclosure", "clearButton", "overrideMenu", "play", "remove", "overrideMenu",
                                      "play", "requeueButton", "remove", "destinationButton", "bounceButton", "browseButton"}));
 
-        const auto rowOf = [&](int i) { return rows().value(i); };
         const std::tuple<int, const char*, QString> tips[] = {
             {0, "fileName", "Gtr.L.sd2 + Gtr.R.sd2"},
             {1, "status", q[1]->status()},
@@ -505,11 +499,24 @@ private slots:
             {1, "requeueButton", "Back in the queue"},
             {1, "remove", "Remove from the list"}};
         for (const auto& [row, name, tip] : tips) {
-            QTest::mouseMove(window.get(), named(rowOf(row), name)->mapToScene(named(rowOf(row), name)->boundingRect().center()).toPoint());
+            QQuickItem* item = named(rows().value(row), name);
+            QTest::mouseMove(window.get(), item->mapToScene(item->boundingRect().center()).toPoint());
             QTRY_COMPARE(toolTip(window.get()), tip);
         }
         QCOMPARE(find("dropZone")->findChild<QObject*>("folderDialog")->property("title").toString(),
                  QStringLiteral("Choose a folder of .sd2 files"));
+
+        QCOMPARE(visibleTexts(find("rateSegments")), (QStringList{"44.1", "48", "88.2", "96"}));
+        QCOMPARE(visibleTexts(find("depthSegments")), (QStringList{"16", "24", "32"}));
+        const QStringList basic{"SAMPLE RATE", "BIT DEPTH", "CHANNELS"}, advanced{"SOURCE FORMAT", "SOURCE RATE"};
+        const auto captions = [&] { return visibleTexts(root()).filter(QRegularExpression("^(" + (basic + advanced).join('|') + ")$")); };
+        QCOMPARE(captions(), basic);
+        QQuickItem* rate96 = withText(find("rateSegments"), "96");
+        click(rate96);
+        QCOMPARE(model->property("targetRate").toInt(), 96000);
+        QVERIFY(rate96->parentItem()->property("selected").toBool());
+        click(withText(root(), "ADVANCED INPUT SETTINGS"));
+        QCOMPARE(captions(), basic + advanced);
     }
 
     // Closing while files are written asks; Return keeps bouncing; Stop drops the file being
@@ -544,21 +551,11 @@ private slots:
         QCOMPARE(q[2]->state(), FileItem::ready);
     }
 
-    void meterLevels()
-    {
-        show();
-        QObject* meter = prop(prop(root(), "header"), "meter");
-        for (auto [level, lit] : {std::pair{0.0, 1}, {0.14, 3}, {0.5, 9}, {1.0, 16}, {-0.2, 0}}) {
-            meter->setProperty("level", level);
-            QCOMPARE(litBars(), lit);
-        }
-    }
     void volumeWarningRemembered()
     {
         QSettings().clear(); // a first launch
         show();
         QObject* sheet = prop(root(), "warning");
-        QVERIFY(sheet->property("visible").toBool());
         QTRY_VERIFY(sheet->property("opened").toBool());
         QTest::keyClick(window.get(), Qt::Key_Return); // box unticked: closed for this launch only
         QTRY_VERIFY(!sheet->property("visible").toBool());
@@ -595,7 +592,7 @@ private slots:
                                                                {"Loose.sd2", "", ""}};
         qreal above = -1;
         for (int i = 0; i < 3; ++i) {
-            QQuickItem* row = matching(root(), [&](QQuickItem* r) { return r->isVisible() && prop(r, "item") == q[i]; }).value(0);
+            QQuickItem* row = rowOf(q[i]);
             QVERIFY(row);
             QVERIFY(row->mapToScene({0, 0}).y() > above); // in queue order down the list
             above = row->mapToScene({0, 0}).y();
@@ -632,23 +629,6 @@ private slots:
         QCOMPARE(test::chunksOf(dir / "_sd2_outputs/Plain_48kHz_24bit_stereo.wav")["order"], std::string("fmt data"));
         model->setPlainWav(false);
         model->setKeepFolderStructure(false);
-    }
-
-    void settingsCard()
-    {
-        show();
-        QCOMPARE(visibleTexts(find("rateSegments")), (QStringList{"44.1", "48", "88.2", "96"}));
-        QCOMPARE(visibleTexts(find("depthSegments")), (QStringList{"16", "24", "32"}));
-        const QStringList basic{"SAMPLE RATE", "BIT DEPTH", "CHANNELS"}, advanced{"SOURCE FORMAT", "SOURCE RATE"};
-        const auto captions = [&] { return visibleTexts(root()).filter(QRegularExpression("^(" + (basic + advanced).join('|') + ")$")); };
-        QCOMPARE(captions(), basic);
-
-        QQuickItem* rate96 = withText(find("rateSegments"), "96");
-        click(rate96);
-        QCOMPARE(model->property("targetRate").toInt(), 96000);
-        QVERIFY(rate96->parentItem()->property("selected").toBool());
-        click(withText(root(), "ADVANCED INPUT SETTINGS"));
-        QCOMPARE(captions(), basic + advanced);
     }
 };
 
