@@ -1,5 +1,6 @@
 #include "model/ConverterModel.hpp"
 #include "support/files.hpp"
+#include "support/patience.hpp"
 #include "support/forks.hpp"
 #include "support/signals.hpp"
 #include "support/wav.hpp"

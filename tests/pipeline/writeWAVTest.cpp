@@ -49,23 +49,42 @@ TEST(OutputNaming, NamesAndCollisions)
     EXPECT_EQ(khz(22050), "22.1 kHz");
     EXPECT_EQ(khz(11025), "11.0 kHz");
     EXPECT_EQ(khz(96000), "96 kHz");
+
+    // Names too long for the file system are cut and marked; the next of the series is cut
+    // from the same place, and still fits.
+    const std::string stem = outputStem(std::string(250, 'n'), 48000, 24, 2);
+    EXPECT_EQ(outputCandidate("/o", stem, 1).filename(), std::string(229, 'n') + "…_48kHz_24bit_stereo.wav");
+    EXPECT_EQ(nextOutputCandidate(outputCandidate("/o", stem, 9)).filename(), std::string(224, 'n') + "…_48kHz_24bit_stereo (10).wav");
+    EXPECT_EQ(outputCandidate("/o", "short", 10).filename(), "short (10).wav");
 }
 
-TEST(WriteWAV, IntegerSourcesRoundTripBitExact)
+// Integer sources round-trip bit-exactly; out-of-range values saturate and NaN writes as 0;
+// 32-bit is integer PCM, never float.
+TEST(WriteWAV, WritesEachDepthExactlyAndSaturates)
 {
     test::ScratchDir dir;
-    for (int depth : {16, 24}) {
-        const SourceFormat format = depth == 16 ? SourceFormat::s16le : SourceFormat::s24be;
+    const auto decoded = [](int depth) {
         const std::int32_t full = depth == 16 ? 32768 : 8388608;
         std::vector<std::int32_t> samples = test::sine(1000, 37, full * 0.9);
         samples.insert(samples.end(), {-full, full - 1, 0, -1, 1});
-        const auto buffer = decodeToBuffer(test::encode(samples, format), format, 44100, 1);
-        const fs::path written = writeWAV(*buffer, dir / ("rt" + std::to_string(depth) + ".wav"), depth);
-
-        const test::Wav wav = test::readWav(written);
-        EXPECT_EQ(wav.info.format, SF_FORMAT_WAV | (depth == 16 ? SF_FORMAT_PCM_16 : SF_FORMAT_PCM_24));
-        EXPECT_EQ(wav.info.samplerate, 44100);
-        EXPECT_EQ(wav.samples, test::leftAligned(samples, depth)) << depth << "-bit";
+        const SourceFormat format = depth == 16 ? SourceFormat::s16le : SourceFormat::s24be;
+        return std::pair{decodeToBuffer(test::encode(samples, format), format, 44100, 1), samples};
+    };
+    const auto extremes = floats({1.0f, -1.0f, 1.5f, -3.0f, 0.5f, std::numeric_limits<float>::quiet_NaN()});
+    const struct {
+        std::pair<PcmBufferPtr, std::vector<std::int32_t>> in;
+        int depth, format;
+    } cases[] = {
+        {decoded(16), 16, SF_FORMAT_PCM_16},
+        {decoded(24), 24, SF_FORMAT_PCM_24},
+        {{extremes, {32767, -32768, 32767, -32768, 16384, 0}}, 16, SF_FORMAT_PCM_16},
+        {{extremes, {2147483647, -2147483647 - 1, 2147483647, -2147483647 - 1, 1073741824, 0}}, 32, SF_FORMAT_PCM_32},
+    };
+    for (int i = 0; const auto& c : cases) {
+        const test::Wav wav = test::readWav(writeWAV(*c.in.first, dir / (std::to_string(i++) + ".wav"), c.depth));
+        EXPECT_EQ(wav.info.format, SF_FORMAT_WAV | c.format) << i;
+        EXPECT_EQ(wav.info.samplerate, c.in.first->sampleRate()) << i;
+        EXPECT_EQ(wav.samples, test::leftAligned(c.in.second, c.depth)) << i;
     }
 
     // A 16-bit file's data chunk is the little-endian source bytes themselves.
@@ -73,22 +92,6 @@ TEST(WriteWAV, IntegerSourcesRoundTripBitExact)
     const auto written = writeWAV(*decodeToBuffer(source, SourceFormat::s16le, 44100, 1), dir / "raw.wav", 16);
     const std::string file = test::slurp(written);
     EXPECT_EQ(file.substr(file.size() - source.size()), std::string(source.begin(), source.end()));
-}
-
-// Out-of-range values saturate and NaN writes as 0; 32-bit is integer PCM, never float.
-TEST(WriteWAV, SaturatesAndWrites32BitIntegers)
-{
-    test::ScratchDir dir;
-    const auto buffer = floats({1.0f, -1.0f, 1.5f, -3.0f, 0.5f, std::numeric_limits<float>::quiet_NaN()});
-    const std::tuple<int, int, std::vector<std::int32_t>> cases[] = {
-        {16, SF_FORMAT_PCM_16, {32767, -32768, 32767, -32768, 16384, 0}},
-        {32, SF_FORMAT_PCM_32, {2147483647, -2147483647 - 1, 2147483647, -2147483647 - 1, 1073741824, 0}},
-    };
-    for (const auto& [depth, format, expected] : cases) {
-        const test::Wav wav = test::readWav(writeWAV(*buffer, dir / (std::to_string(depth) + "-bit.wav"), depth));
-        EXPECT_EQ(wav.info.format, SF_FORMAT_WAV | format) << depth << "-bit";
-        EXPECT_EQ(wav.samples, test::leftAligned(expected, depth)) << depth << "-bit";
-    }
 }
 
 TEST(WriteWAV, NeverReplacesAndLeavesNoPartialFile)
@@ -111,15 +114,6 @@ TEST(WriteWAV, NeverReplacesAndLeavesNoPartialFile)
         EXPECT_NE(std::string(error.what()).find("No such file or directory"), std::string::npos) << error.what();
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 2) << "only the kept file and the new one: no partial file left behind";
-}
-
-TEST(OutputNaming, NamesTooLongForTheFileSystemAreCutAndMarked)
-{
-    const std::string stem = outputStem(std::string(250, 'n'), 48000, 24, 2);
-    EXPECT_EQ(outputCandidate("/o", stem, 1).filename(), std::string(229, 'n') + "…_48kHz_24bit_stereo.wav");
-    // The next of the series is cut from the same place, and still fits.
-    EXPECT_EQ(nextOutputCandidate(outputCandidate("/o", stem, 9)).filename(), std::string(224, 'n') + "…_48kHz_24bit_stereo (10).wav");
-    EXPECT_EQ(outputCandidate("/o", "short", 10).filename(), "short (10).wav");
 }
 
 // Where hard links are missing (FAT, exFAT, some network shares), publishing falls back to a

@@ -1,6 +1,7 @@
 // Scene tests: the app's window on a test model, read back and clicked through as a user would.
 #include "model/ConverterModel.hpp"
 #include "support/files.hpp"
+#include "support/patience.hpp"
 #include "support/riff.hpp"
 #include "support/signals.hpp"
 #include "ui/AppSettings.hpp"
