@@ -12,20 +12,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string sourceKey(const ReportCells& line)
-{
-    const auto cell = [&](const char* key) {
-        const auto found = line.find(key);
-        return found == line.end() ? std::string() : found->second;
-    };
-    return cell("path") + '\0' + cell("rawPath");
-}
-
 std::string cellOf(const ReportCells& line, const char* key)
 {
     const auto found = line.find(key);
     return found == line.end() ? std::string() : found->second;
 }
+
+std::string sourceKey(const ReportCells& line) { return cellOf(line, "path") + '\0' + cellOf(line, "rawPath"); }
 
 fs::path outputOf(const ReportCells& line)
 {
@@ -53,16 +46,14 @@ std::optional<EarlierRun> EarlierRun::read(const fs::path& report, std::string& 
             run.lines_[sourceKey(cells)] = std::move(cells);
     };
     if (isCsvReport(report)) {
-        const auto header = readCsvRecord(in);
-        while (header)
-            if (const auto record = readCsvRecord(in)) {
+        if (const auto header = readCsvRecord(in))
+            while (const auto record = readCsvRecord(in)) {
                 ReportCells cells;
                 for (std::size_t i = 0; i < header->size() && i < record->size(); ++i)
                     if (!(*record)[i].empty())
                         cells[(*header)[i]] = (*record)[i];
                 keep(std::move(cells));
-            } else
-                break;
+            }
     } else {
         for (std::string line; std::getline(in, line);)
             keep(jsonCells(line));

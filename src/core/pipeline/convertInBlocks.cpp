@@ -1,6 +1,6 @@
 #include "core/pipeline/convertInBlocks.hpp"
-#include "core/io/SourceHash.hpp"
 #include "core/io/MappedFile.hpp"
+#include "core/io/SourceHash.hpp"
 #include "core/pipeline/decodePair.hpp"
 #include "core/pipeline/limitedSignal.hpp"
 #include "core/pipeline/loudness.hpp"
