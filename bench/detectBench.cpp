@@ -103,7 +103,8 @@ void detectSourceAndSketch(benchmark::State& state)
     const fs::path path = benchFile(state.range(0));
     for (auto _ : state) {
         const MappedFile file = MappedFile::open(path);
-        const auto found = detectSource(path, file.bytes(), SourceFormatChoice::automatic());
+        std::string unreadable;
+        const auto found = detectSource(path, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
         benchmark::DoNotOptimize(sketchReadings(found->source.audio(file.bytes()), std::nullopt));
     }
     state.SetLabel(std::to_string(state.range(0)) + " MB, no sidecar, with pictures");
