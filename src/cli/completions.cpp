@@ -66,15 +66,16 @@ std::string fishOffer(Offer offer)
                                      : " -x";
 }
 
-std::string zshSpec(const OptionDoc& option, std::string_view spelling, std::string_view exclusions = {})
+// One option as zsh's _arguments takes it: "(exclusions)--name=[help]:value:action".
+std::string zshArgument(const OptionDoc& option, std::string_view spelling, std::string_view exclusions = {})
 {
-    std::string spec = std::string(exclusions) + std::string(spelling);
+    std::string argument = std::string(exclusions) + std::string(spelling);
     if (!option.value.empty())
-        spec += spelling.starts_with("--") ? "=" : "+";
-    spec.append("[").append(zshEscaped(briefHelp(option.help))).append("]");
+        argument += spelling.starts_with("--") ? "=" : "+";
+    argument.append("[").append(zshEscaped(briefHelp(option.help))).append("]");
     if (!option.value.empty())
-        spec.append(":").append(zshEscaped(option.value)).append(":").append(zshAction(option.choices, option.offer));
-    return quoted(spec);
+        argument.append(":").append(zshEscaped(option.value)).append(":").append(zshAction(option.choices, option.offer));
+    return quoted(argument);
 }
 
 std::string fishFlags(const OptionDoc& option)
@@ -162,7 +163,7 @@ std::string zshCompletion(const ProgramDoc& program)
     out += "  )\n  _arguments -C \\\n";
     for (const OptionDoc& option : program.options)
         for (std::string_view spelling : spellings(option))
-            out += "    " + zshSpec(option, spelling, "(- *)") + " \\\n";
+            out += "    " + zshArgument(option, spelling, "(- *)") + " \\\n";
     out += "    '1: :->command' \\\n"
            "    '*:: :->argument' && return\n"
            "  case $state in\n"
@@ -176,7 +177,7 @@ std::string zshCompletion(const ProgramDoc& program)
         out += "    " + std::string(command.name) + ")\n      _arguments \\\n";
         for (const OptionDoc& option : command.options)
             for (std::string_view spelling : spellings(option))
-                out += "        " + zshSpec(option, spelling) + " \\\n";
+                out += "        " + zshArgument(option, spelling) + " \\\n";
         const std::string operands = "*:" + operandName(command.operands) + ":" + zshAction({}, command.operandOffer);
         out += "        " + quoted(operands) + "\n      ;;\n";
     }
