@@ -70,13 +70,19 @@ fs::path benchFileWithSidecar(std::int64_t megabytes)
     return path;
 }
 
+// A file given by itself, detected as the app and sd2wav do with the source format on auto.
+std::optional<FileDetection> detectOnAuto(const fs::path& path, const MappedFile& file)
+{
+    std::string unreadable;
+    return detectSource(path, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+}
+
 void detectSourceWithSidecar(benchmark::State& state)
 {
     const fs::path path = benchFileWithSidecar(state.range(0));
     for (auto _ : state) {
         const MappedFile file = MappedFile::open(path);
-        std::string unreadable;
-        const auto found = detectSource(path, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+        const auto found = detectOnAuto(path, file);
         if (!found || !found->source.description)
             state.SkipWithError("the sidecar was not used");
         benchmark::DoNotOptimize(found);
@@ -90,8 +96,7 @@ void detectSourceWithout(benchmark::State& state)
     const fs::path path = benchFile(state.range(0));
     for (auto _ : state) {
         const MappedFile file = MappedFile::open(path);
-        std::string unreadable;
-        benchmark::DoNotOptimize(detectSource(path, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable));
+        benchmark::DoNotOptimize(detectOnAuto(path, file));
     }
     state.SetLabel(std::to_string(state.range(0)) + " MB, no sidecar");
 }
@@ -103,8 +108,7 @@ void detectSourceAndSketch(benchmark::State& state)
     const fs::path path = benchFile(state.range(0));
     for (auto _ : state) {
         const MappedFile file = MappedFile::open(path);
-        std::string unreadable;
-        const auto found = detectSource(path, file.bytes(), SourceFormatChoice::automatic(), std::nullopt, unreadable);
+        const auto found = detectOnAuto(path, file);
         benchmark::DoNotOptimize(sketchReadings(found->source.audio(file.bytes()), std::nullopt));
     }
     state.SetLabel(std::to_string(state.range(0)) + " MB, no sidecar, with pictures");

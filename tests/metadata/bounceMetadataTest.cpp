@@ -1,4 +1,4 @@
-#include "core/pipeline/bounceFile.hpp"
+#include "support/bounce.hpp"
 #include "support/files.hpp"
 #include "support/forks.hpp"
 #include "support/signals.hpp"
@@ -28,8 +28,7 @@ protected:
     BounceResult bounce(const fs::path& path, std::int64_t channels)
     {
         // The detected format is deliberately wrong: the metadata must win.
-        const BounceItem item{path, [] { return SourceFormat(SourceFormat::s16le); }, [=] { return channels; }, std::nullopt};
-        return bounceFile(item, settings, lines);
+        return bounceFile(test::itemFor(path, SourceFormat::s16le, channels), settings, lines);
     }
     test::ScratchDir dir;
     BounceSettings settings; // sourceRate 44100: files with their own rate must not use it

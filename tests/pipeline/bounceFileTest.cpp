@@ -1,5 +1,5 @@
-#include "core/pipeline/bounceFile.hpp"
 #include "core/pipeline/stopBetweenBlocks.hpp"
+#include "support/bounce.hpp"
 #include "support/files.hpp"
 #include "support/printers.hpp"
 #include "support/signals.hpp"
@@ -22,11 +22,6 @@ struct Recorder : BounceObserver {
     void analysed(const std::string& line) override { steps.push_back(line); }
     void printing(const std::string& title) override { steps.push_back(title); }
 };
-
-BounceItem itemFor(const fs::path& path, SourceFormat detected, std::int64_t channels)
-{
-    return {path, [=] { return detected; }, [=] { return channels; }, std::nullopt};
-}
 
 std::vector<std::int32_t> wideStereo(double scale)
 {
@@ -59,7 +54,7 @@ TEST_F(BounceFile, ConvertsAndReportsEachStep)
     settings.normalize = true;
     settings.channels = TargetChannels::mono;
     settings.sourceRate = 48000;
-    const BounceResult r = bounceFile(itemFor(path, SourceFormat::s16be, 2), settings, recorder);
+    const BounceResult r = bounceFile(test::itemFor(path, SourceFormat::s16be, 2), settings, recorder);
     EXPECT_EQ(r.status, "Bounced → Kick 01_48kHz_24bit_mono.wav");
     EXPECT_EQ(recorder.steps, (std::vector<std::string>{"Heard 16-bit big-endian · stereo · 48 kHz",
                                                         "Printing + matching to −14 LUFS…"}));
@@ -100,7 +95,7 @@ TEST_F(BounceFile, ChecksTheEncodingAndCorrectsOnlyStatic)
         settings.sourceFormat = c.choice;
         settings.sessionFormat = c.session;
         recorder.steps.clear();
-        const BounceResult r = bounceFile(itemFor(dir / c.file, c.inUse, c.channels), settings, recorder);
+        const BounceResult r = bounceFile(test::itemFor(dir / c.file, c.inUse, c.channels), settings, recorder);
         const std::string label = std::string(c.file) + " as " + std::string(c.choice.fixedFormat().value_or(c.inUse).rawValue());
         EXPECT_EQ(r.ok, c.converted.has_value()) << label << ": " << r.status << " " << r.reason;
         EXPECT_EQ(r.reason, c.reason) << label;
@@ -138,7 +133,7 @@ TEST_F(BounceFile, QuietTakesConvertAsRead)
         const double fullScale = c.format.bytesPerSample() == 2 ? 32768 : 8388608;
         const auto amplitude = static_cast<std::int32_t>(std::lround(fullScale * std::pow(10.0, c.dBFS / 20)));
         const auto take = dir.write("take.sd2", test::encode(test::noise(60000, amplitude), c.format));
-        const BounceResult r = bounceFile(itemFor(take, c.format, 1), settings, recorder);
+        const BounceResult r = bounceFile(test::itemFor(take, c.format, 1), settings, recorder);
         EXPECT_EQ(r.ok, c.dBFS < -50) << c.format.rawValue() << " at " << c.dBFS << " dBFS: " << r.status;
         EXPECT_EQ(r.format, c.format);
         EXPECT_FALSE(r.autoCorrected);
@@ -149,7 +144,7 @@ TEST_F(BounceFile, FailureTexts)
 {
     const auto path = dir.write("a.sd2", test::encode(test::sine(4000, 20, 10000), SourceFormat::s16be));
     settings.outputFolder = dir / "not" / "there";
-    const BounceResult choked = bounceFile(itemFor(path, SourceFormat::s16be, 2), settings, recorder);
+    const BounceResult choked = bounceFile(test::itemFor(path, SourceFormat::s16be, 2), settings, recorder);
     EXPECT_FALSE(choked.ok);
     EXPECT_TRUE(choked.status.starts_with("Choked: couldn't create a file in ")) << choked.status;
     EXPECT_TRUE(choked.analysed);
@@ -170,7 +165,7 @@ TEST_F(BounceFile, StoppedBetweenBlocksLeavesNoFile)
     } observer;
     const StopBetweenBlocks scope(observer.stop);
     const auto path = dir.write("a.sd2", test::encode(test::sine(400000, 20, 10000), SourceFormat::s16be));
-    EXPECT_FALSE(bounceFile(itemFor(path, SourceFormat::s16be, 1), settings, observer).ok);
+    EXPECT_FALSE(bounceFile(test::itemFor(path, SourceFormat::s16be, 1), settings, observer).ok);
     EXPECT_TRUE(fs::is_empty(settings.outputFolder));
 }
 
@@ -182,7 +177,7 @@ TEST_F(BounceFile, SilenceConvertsToSilence)
     settings.sourceFormat = SourceFormatChoice::fixed(SourceFormat::s24le);
     settings.sourceRate = 48000;
     settings.channels = TargetChannels::preserve;
-    const BounceResult r = bounceFile(itemFor(zeros, SourceFormat::s16be, 2), settings, recorder);
+    const BounceResult r = bounceFile(test::itemFor(zeros, SourceFormat::s16be, 2), settings, recorder);
     ASSERT_TRUE(r.ok) << r.status << " " << r.reason;
     EXPECT_FALSE(r.autoCorrected);
     EXPECT_EQ(r.format, SourceFormat::s24le);
@@ -191,10 +186,10 @@ TEST_F(BounceFile, SilenceConvertsToSilence)
     // Dithered silence too, in any encoding.
     settings.sourceFormat = SourceFormatChoice::fixed(SourceFormat::s16le);
     const auto dithered = dir.write("preroll.sd2", test::encode(test::ditheredSilence(100000), SourceFormat::s16be));
-    EXPECT_TRUE(bounceFile(itemFor(dithered, SourceFormat::s16be, 1), settings, recorder).ok);
+    EXPECT_TRUE(bounceFile(test::itemFor(dithered, SourceFormat::s16be, 1), settings, recorder).ok);
 
     // Under sixteen samples nothing can be judged, silent or not.
     const auto tiny = dir.write("tiny.sd2", std::vector<std::uint8_t>(40, 0));
-    EXPECT_EQ(bounceFile(itemFor(tiny, SourceFormat::s16be, 1), settings, recorder).reason,
+    EXPECT_EQ(bounceFile(test::itemFor(tiny, SourceFormat::s16be, 1), settings, recorder).reason,
               "too short to hold audio (40 bytes)");
 }

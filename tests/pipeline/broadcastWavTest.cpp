@@ -1,5 +1,5 @@
-#include "core/pipeline/bounceFile.hpp"
 #include "core/version.hpp"
+#include "support/bounce.hpp"
 #include "support/files.hpp"
 #include "support/forks.hpp"
 #include "support/hashes.hpp"
@@ -61,11 +61,6 @@ void expectArchival(const BounceResult& r, const fs::path& source, std::int64_t 
     EXPECT_EQ(r.facts.sourceSHA256, std::vector{test::hexDigest(test::slurp(source), QCryptographicHash::Sha256)});
 }
 
-BounceItem itemFor(const fs::path& path, SourceFormat detected, std::int64_t channels)
-{
-    return {path, [=] { return detected; }, [=] { return channels; }, std::nullopt};
-}
-
 // Each sample's bytes in the opposite order: big-endian source bytes as a WAV holds them.
 std::string swapped(const std::vector<std::uint8_t>& bytes, std::size_t width)
 {
@@ -107,7 +102,7 @@ TEST_F(BroadcastWav, ChunksAtEveryDepthAndLayoutNormalisedOrNot)
         settings.channels = c.channels;
         settings.normalize = c.normalize;
         settings.broadcastWav = true;
-        const BounceResult r = bounceFile(itemFor(source, SourceFormat::s16be, 2), settings, observer);
+        const BounceResult r = bounceFile(test::itemFor(source, SourceFormat::s16be, 2), settings, observer);
         expectArchival(r, source, c.depth / 8 * (mode == "mono" ? 1 : 2));
 
         const Bext bext = bextOf(r.output);
@@ -129,7 +124,7 @@ TEST_F(BroadcastWav, ChunksAtEveryDepthAndLayoutNormalisedOrNot)
 
         // Plain, the same fmt and data chunks and nothing else.
         settings.broadcastWav = false;
-        const BounceResult plain = bounceFile(itemFor(source, SourceFormat::s16be, 2), settings, observer);
+        const BounceResult plain = bounceFile(test::itemFor(source, SourceFormat::s16be, 2), settings, observer);
         auto plainChunks = test::chunksOf(plain.output), chunks = test::chunksOf(r.output);
         EXPECT_EQ(plainChunks["order"], "fmt data") << what;
         EXPECT_EQ(plainChunks["fmt "], chunks["fmt "]) << what;
@@ -176,7 +171,7 @@ TEST_F(BroadcastWav, MastersDatedByTheirContainerElseTheFileTime)
         if (c.name == longName)
             fs::last_write_time(source, fs::file_time_type::clock::from_sys(
                                             std::chrono::sys_seconds(std::chrono::seconds(kMadeAt))));
-        const BounceResult r = bounceFile(itemFor(source, SourceFormat::s16be, c.channels), settings, observer);
+        const BounceResult r = bounceFile(test::itemFor(source, SourceFormat::s16be, c.channels), settings, observer);
         expectArchival(r, source, c.width * c.channels);
         EXPECT_TRUE(test::chunksOf(r.output)["data"] == swapped(c.audio, static_cast<std::size_t>(c.width))) << c.name;
         const Bext bext = bextOf(r.output);
