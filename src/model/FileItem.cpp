@@ -12,6 +12,7 @@ namespace quorvel {
 FileItem::FileItem(const QueuedSource& source)
     : FileItem(urlForPath(source.path), source.right ? urlForPath(*source.right) : QUrl(), source.root)
 {
+    sniffed_ = source.sniffed;
 }
 
 FileItem::FileItem(const QUrl& url, const QUrl& rightUrl, std::optional<std::filesystem::path> root)

@@ -74,7 +74,7 @@ public:
     // folder, that folder's name for a file right in it, empty for a file given by itself.
     QString folder() const;
     // The file or pair as the core knows it.
-    QueuedSource source() const { return {filePath(), rightFilePath(), root_}; }
+    QueuedSource source() const { return {filePath(), rightFilePath(), root_, sniffed_}; }
 
     std::int64_t detectedChannels() const { return detectedChannels_.load(); }
     SourceFormat detectedFormat() const { return static_cast<SourceFormat::Case>(detectedFormat_.load()); }
@@ -141,6 +141,7 @@ private:
     const QUrl url_;
     const QUrl rightUrl_;
     const std::optional<std::filesystem::path> root_;
+    bool sniffed_ = false; // a bare name queued for what its data reads as
     std::atomic<std::int64_t> detectedChannels_{2};
     std::atomic<std::uint8_t> detectedFormat_{SourceFormat::s16be};
     QString confidence_ = QStringLiteral("…");
