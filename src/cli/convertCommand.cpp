@@ -127,11 +127,7 @@ public:
     // The file's line once its bounce is over; kept too, unless the line kept already says it.
     std::string finished(const BounceResult& result)
     {
-        std::error_code error;
-        if (result.ok && (result.output != record_.result.output || !record_.outputBytes))
-            record_.outputBytes = static_cast<std::int64_t>(fs::file_size(result.output, error));
-        if (!result.ok || error)
-            record_.outputBytes.reset();
+        record_.outputBytes = result.ok ? std::optional(result.facts.bytes) : std::nullopt;
         record_.result = result;
         std::string line = jsonLine(record_);
         if (line != kept_)

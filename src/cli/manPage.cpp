@@ -1,4 +1,5 @@
 #include "cli/docs.hpp"
+#include "core/formats/utf8.hpp"
 
 #include <cstdio>
 
@@ -18,10 +19,7 @@ std::string roff(std::string_view text, bool dashes = false)
             ++i;
             continue;
         }
-        const int length = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2;
-        char32_t point = c & (0x7F >> length);
-        for (int k = 1; k < length && i + k < text.size(); ++k)
-            point = (point << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
+        const auto [point, length] = decodeUtf8(text, i);
         char escaped[16];
         std::snprintf(escaped, sizeof escaped, "\\[u%04X]", static_cast<unsigned>(point));
         out += escaped;

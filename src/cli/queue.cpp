@@ -1,6 +1,7 @@
 #include "cli/queue.hpp"
 #include "cli/json.hpp"
 #include "core/detection/detectSource.hpp"
+#include "core/formats/utf8.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/pipeline/keptTree.hpp"
 #include "model/intake.hpp"
@@ -83,14 +84,6 @@ Detection detectQueued(const QueuedSource& source, SourceFormatChoice choice)
         return *pair;
     return Unreadable{unreadable};
 }
-
-namespace {
-std::size_t displayWidth(std::string_view text)
-{
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
-} // namespace
 
 std::size_t nameColumn(const std::vector<std::string>& paths)
 {

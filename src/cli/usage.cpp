@@ -1,4 +1,5 @@
 #include "cli/usage.hpp"
+#include "core/formats/utf8.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,12 +12,6 @@ namespace {
 
 constexpr std::size_t kWidth = 88;
 constexpr std::size_t kOptionIndent = 13, kHelpColumn = 32;
-
-std::size_t columns(std::string_view text)
-{
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
 
 std::vector<std::string> words(std::string_view text)
 {
@@ -35,7 +30,7 @@ void fill(std::string& out, const std::vector<std::string>& items, std::size_t c
 {
     bool lineStarted = false;
     for (const std::string& item : items) {
-        if (lineStarted && column + 1 + columns(item) > kWidth) {
+        if (lineStarted && column + 1 + displayWidth(item) > kWidth) {
             out.append("\n").append(indent, ' ');
             column = indent;
             lineStarted = false;
@@ -45,7 +40,7 @@ void fill(std::string& out, const std::vector<std::string>& items, std::size_t c
             ++column;
         }
         out += item;
-        column += columns(item);
+        column += displayWidth(item);
         lineStarted = true;
     }
     out += '\n';
@@ -90,7 +85,7 @@ std::string usageText(const ProgramDoc& program)
     const auto synopsisLine = [&](std::string prefix, std::vector<std::string> items) {
         prefix = (out.empty() ? "usage: " : "       ") + std::string(program.name) + " " + prefix;
         out += prefix;
-        fill(out, items, columns(prefix), columns(prefix));
+        fill(out, items, displayWidth(prefix), displayWidth(prefix));
     };
     for (const CommandDoc& command : program.commands) {
         std::vector<std::string> items;

@@ -182,8 +182,8 @@ QVariantList ConverterModel::sourceRateOptions()
 
 FileItemPtr ConverterModel::find(const FileItem* item) const
 {
-    const auto found = std::find_if(queue().begin(), queue().end(), [&](const FileItemPtr& p) { return p.get() == item; });
-    return found == queue().end() ? nullptr : *found;
+    const int row = items_.rowOf(item);
+    return row < 0 ? nullptr : queue()[static_cast<std::size_t>(row)];
 }
 
 void ConverterModel::addURLs(const QList<QUrl>& urls)
@@ -289,8 +289,10 @@ void ConverterModel::splitPair(FileItem* item)
     const FileItemPtr pair = find(item);
     if (!pair || !pair->isPair() || pair->state() == FileItem::working)
         return;
-    const std::vector<FileItemPtr> halves{std::make_shared<FileItem>(QueuedSource{pair->filePath(), {}, pair->root()}),
-                                          std::make_shared<FileItem>(QueuedSource{*pair->rightFilePath(), {}, pair->root()})};
+    const QueuedSource joined = pair->source();
+    const std::vector<FileItemPtr> halves{
+        std::make_shared<FileItem>(QueuedSource{joined.path, {}, joined.root, joined.sniffed}),
+        std::make_shared<FileItem>(QueuedSource{*joined.right, {}, joined.root, joined.sniffed})};
     items_.replace(pair.get(), halves);
     for (const FileItemPtr& half : halves)
         detect(half);
@@ -312,27 +314,43 @@ std::optional<QueuedSource> ConverterModel::pairWith(const FileItem* item) const
     return std::nullopt;
 }
 
+namespace {
+bool anyBeingBounced(const std::vector<FileItemPtr>& items)
+{
+    return std::any_of(items.begin(), items.end(), [](const FileItemPtr& item) { return item->state() == FileItem::working; });
+}
+} // namespace
+
+// The queued single files that are `pair`'s halves, in queue order.
+std::vector<FileItemPtr> ConverterModel::queuedHalves(const QueuedSource& pair) const
+{
+    std::vector<FileItemPtr> halves;
+    for (const FileItemPtr& other : queue())
+        if (!other->isPair() && (other->filePath() == pair.path || other->filePath() == *pair.right))
+            halves.push_back(other);
+    return halves;
+}
+
 bool ConverterModel::canJoin(FileItem* item) const
 {
     const std::optional<QueuedSource> pair = pairWith(item);
-    return pair && std::none_of(queue().begin(), queue().end(), [&](const FileItemPtr& other) {
-               return !other->isPair() && (other->filePath() == pair->path || other->filePath() == *pair->right) &&
-                      other->state() == FileItem::working;
-           });
+    if (!pair)
+        return false;
+    return !anyBeingBounced(queuedHalves(*pair));
 }
 
 void ConverterModel::joinPair(FileItem* item)
 {
-    if (!canJoin(item))
+    const std::optional<QueuedSource> pair = pairWith(item);
+    if (!pair)
         return;
-    const QueuedSource pair = *pairWith(item);
-    std::vector<const FileItem*> halves; // in queue order
-    for (const FileItemPtr& other : queue())
-        if (!other->isPair() && (other->filePath() == pair.path || other->filePath() == *pair.right))
-            halves.push_back(other.get());
-    const auto joined = std::make_shared<FileItem>(QueuedSource{pair.path, pair.right, halves.front()->root()});
-    items_.removeIf([&](const FileItem& candidate) { return &candidate == halves.back(); });
-    items_.replace(halves.front(), {joined});
+    const std::vector<FileItemPtr> halves = queuedHalves(*pair);
+    if (anyBeingBounced(halves))
+        return;
+    const QueuedSource first = halves.front()->source();
+    const auto joined = std::make_shared<FileItem>(QueuedSource{pair->path, pair->right, first.root, first.sniffed});
+    items_.removeIf([&](const FileItem& candidate) { return &candidate == halves.back().get(); });
+    items_.replace(halves.front().get(), {joined});
     detect(joined);
 }
 

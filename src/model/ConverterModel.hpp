@@ -195,6 +195,7 @@ private:
     FileItemPtr find(const FileItem* item) const;
     // The split-stereo pair the item is one half of, when the other half is queued too.
     std::optional<QueuedSource> pairWith(const FileItem* item) const;
+    std::vector<FileItemPtr> queuedHalves(const QueuedSource& pair) const;
     void takeInNext();
     void appendItems(const std::vector<FileItemPtr>& added);
     void reportSkipped(const std::vector<SkippedPath>& skipped);

@@ -16,11 +16,8 @@ QVariant FileListModel::data(const QModelIndex& index, int role) const
     const FileItem* item = items_[static_cast<std::size_t>(index.row())].get();
     switch (role) {
     case ItemRole: return QVariant::fromValue(const_cast<FileItem*>(item));
-    case Qt::DisplayRole:
-    case FileNameRole: return item->fileName();
-    case StatusRole: return item->status();
+    case Qt::DisplayRole: return item->fileName();
     case StateRole: return QVariant::fromValue(item->state());
-    case ConfidenceRole: return item->confidence();
     case SectionRole: return item->state() == FileItem::done ? QStringLiteral("completed") : QStringLiteral("bench");
     }
     return {};
@@ -28,8 +25,7 @@ QVariant FileListModel::data(const QModelIndex& index, int role) const
 
 QHash<int, QByteArray> FileListModel::roleNames() const
 {
-    return {{ItemRole, "item"},   {FileNameRole, "fileName"},     {StatusRole, "status"},
-            {StateRole, "state"}, {ConfidenceRole, "confidence"}, {SectionRole, "section"}};
+    return {{ItemRole, "item"}, {StateRole, "state"}, {SectionRole, "section"}};
 }
 
 FileItem* FileListModel::at(int row) const
@@ -72,8 +68,6 @@ void FileListModel::watch(const FileItemPtr& item)
         announce(raw, {StateRole, SectionRole});
         emit statesChanged();
     });
-    connect(raw, &FileItem::statusChanged, this, [this, raw] { announce(raw, {StatusRole}); });
-    connect(raw, &FileItem::confidenceChanged, this, [this, raw] { announce(raw, {ConfidenceRole}); });
 }
 
 void FileListModel::forget(const FileItem* item)

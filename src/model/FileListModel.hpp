@@ -15,8 +15,8 @@ namespace quorvel {
 using FileItemPtr = std::shared_ptr<FileItem>;
 
 // The queue in queue order: one row per item. The views read an item's fields from the
-// item itself; a row announces only what list views sort or group by (state, status), so
-// a change costs the same whatever the length of the queue.
+// item itself; a row announces only what list views group by (its state), so a change
+// costs the same whatever the length of the queue.
 class FileListModel : public QAbstractListModel {
     Q_OBJECT
     Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
@@ -25,7 +25,7 @@ class FileListModel : public QAbstractListModel {
     Q_PROPERTY(int completedCount READ completedCount NOTIFY statesChanged)
 
 public:
-    enum Role { ItemRole = Qt::UserRole + 1, FileNameRole, StatusRole, StateRole, ConfidenceRole, SectionRole };
+    enum Role { ItemRole = Qt::UserRole + 1, StateRole, SectionRole };
 
     explicit FileListModel(QObject* parent = nullptr) : QAbstractListModel(parent) {}
 

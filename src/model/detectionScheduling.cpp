@@ -125,8 +125,10 @@ void ConverterModel::settleFolder(const std::filesystem::path& folder)
 {
     std::vector<FileItemPtr> members;
     std::vector<SessionSource> sources;
+    // Compared as spelled (every item's folder is its own path's parent): a whole queue is
+    // scanned for each folder that settles, and element-wise comparison is slow at that scale.
     for (const FileItemPtr& item : queue())
-        if (item->sessionFolder() == folder) {
+        if (item->sessionFolder().native() == folder.native()) {
             members.push_back(item);
             sources.push_back(sessionSource(item->reading()));
         }

@@ -1,4 +1,5 @@
 #include "core/pipeline/BroadcastInfo.hpp"
+#include "core/formats/utf8.hpp"
 
 #include <array>
 #include <string_view>
@@ -29,30 +30,13 @@ std::string_view asciiFor(char32_t c)
     return "?";
 }
 
-// The code point at text[i], and how many bytes it takes; U+FFFD for a malformed sequence.
-std::pair<char32_t, std::size_t> decode(std::string_view text, std::size_t i)
-{
-    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-    const unsigned char lead = byte(i);
-    const std::size_t length = lead < 0x80 ? 1 : (lead >> 5) == 6 ? 2 : (lead >> 4) == 14 ? 3 : (lead >> 3) == 30 ? 4 : 0;
-    if (length == 0 || i + length > text.size())
-        return {0xFFFD, 1};
-    char32_t c = length == 1 ? lead : lead & (0x7F >> length);
-    for (std::size_t k = 1; k < length; ++k) {
-        if ((byte(i + k) & 0xC0) != 0x80)
-            return {0xFFFD, 1};
-        c = c << 6 | (byte(i + k) & 0x3F);
-    }
-    return {c, length};
-}
-
 } // namespace
 
 std::string bextText(const std::string& utf8, std::size_t limit)
 {
     std::string ascii;
     for (std::size_t i = 0; i < utf8.size();) {
-        const auto [c, length] = decode(utf8, i);
+        const auto [c, length] = decodeUtf8(utf8, i);
         i += length;
         if (c >= 0x20 && c < 0x7F) {
             ascii += static_cast<char>(c);

@@ -55,7 +55,8 @@ WavContainer::WavContainer(const OutputTarget& to, std::int64_t rate, std::int64
     info.samplerate = static_cast<int>(rate);
     info.channels = static_cast<int>(channels);
     const std::int64_t limit = kWavDataLimit - (to.broadcast ? kBroadcastChunks : 0);
-    info.format = (frames * frameBytes_ > limit ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | subformat(depth);
+    rf64_ = frames * frameBytes_ > limit;
+    info.format = (rf64_ ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | subformat(depth);
     if (partial_.fd() < 0)
         throw WriteError("couldn't create a file in " + to.path.parent_path().string() + ": " + partial_.error());
     file_.reset(sf_open_fd(partial_.fd(), SFM_WRITE, &info, SF_FALSE));
@@ -81,14 +82,10 @@ bool WavContainer::appendMD5Chunk(std::span<const std::uint8_t> md5)
         return false;
     end += static_cast<std::int64_t>(chunk.size());
     // The form's size now takes the chunk in: in the RIFF header, or for RF64 in its ds64 chunk.
-    std::array<std::uint8_t, 4> form{};
-    if (!partial_.readAt(0, form))
-        return false;
-    const bool rf64 = std::memcmp(form.data(), "RF64", 4) == 0;
     std::array<std::uint8_t, 8> size{};
     for (std::size_t i = 0; i < size.size(); ++i)
         size[i] = static_cast<std::uint8_t>(static_cast<std::uint64_t>(end - 8) >> (8 * i));
-    if (!rf64)
+    if (!rf64_)
         return partial_.writeAt(4, std::span(size).first(4));
     const auto chunks = riffChunks([&](std::int64_t at, std::span<std::uint8_t> out) { return partial_.readAt(at, out); },
                                    end);

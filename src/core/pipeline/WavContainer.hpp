@@ -54,6 +54,7 @@ private:
 
     OutputTarget to_;
     std::int64_t frameBytes_, written_ = 0;
+    bool rf64_ = false;
     PartialFile partial_;
     struct Closer {
         void operator()(sf_private_tag* file) const;
