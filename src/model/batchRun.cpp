@@ -3,7 +3,6 @@
 #include "core/pipeline/outputFolder.hpp"
 #include "core/pipeline/outputNaming.hpp"
 #include "core/pipeline/sessionSettings.hpp"
-#include "core/pipeline/stopBetweenBlocks.hpp"
 #include "core/pipeline/treeFolders.hpp"
 #include "model/ConverterModel.hpp"
 #include "model/intake.hpp"
@@ -114,6 +113,7 @@ void ConverterModel::convertAll()
                          folder.path,
                          folder.error};
     snapshot.settings.broadcastWav = !plainWav_;
+    snapshot.settings.stop = &stop_;
     if (keepFolderStructure_) {
         std::vector<QueuedSource> sources;
         for (const FileItemPtr& item : queue())
@@ -147,7 +147,6 @@ void ConverterModel::runBatch(const BatchSnapshot& snapshot)
     const double pace = paceFor(n);
     int failures = 0;
     TreeFolders folders(snapshot.linkFree);
-    const StopBetweenBlocks stopping(stop_);
     const auto closeRun = [this] {
         post([this] { setShowOverlay(false); });
         post([this] { setIsConverting(false); });

@@ -1,4 +1,3 @@
-#include "core/pipeline/stopBetweenBlocks.hpp"
 #include "support/bounce.hpp"
 #include "support/files.hpp"
 #include "support/printers.hpp"
@@ -163,7 +162,7 @@ TEST_F(BounceFile, StoppedBetweenBlocksLeavesNoFile)
         std::atomic<bool> stop{false};
         void printing(const std::string&) override { stop = true; } // just before the conversion
     } observer;
-    const StopBetweenBlocks scope(observer.stop);
+    settings.stop = &observer.stop;
     const auto path = dir.write("a.sd2", test::encode(test::sine(400000, 20, 10000), SourceFormat::s16be));
     EXPECT_FALSE(bounceFile(test::itemFor(path, SourceFormat::s16be, 1), settings, observer).ok);
     EXPECT_TRUE(fs::is_empty(settings.outputFolder));

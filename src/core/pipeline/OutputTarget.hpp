@@ -2,6 +2,7 @@
 
 #include "core/pipeline/BroadcastInfo.hpp"
 
+#include <atomic>
 #include <concepts>
 #include <cstdint>
 #include <filesystem>
@@ -44,6 +45,8 @@ struct OutputTarget {
     std::optional<BroadcastInfo> broadcast; // none: a plain WAV without bext and MD5 chunks
     // The source files being converted, hashed as the conversion reads them (not owned).
     std::vector<SourceHash*> sources;
+    // When set and true, the conversion stops before its next block (see BounceSettings::stop).
+    const std::atomic<bool>* stop = nullptr;
 };
 
 } // namespace quorvel

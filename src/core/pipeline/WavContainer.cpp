@@ -119,6 +119,8 @@ void WavContainer::setBroadcastInfo(const std::string& reference)
 
 void WavContainer::write(std::vector<std::uint8_t>& block, std::size_t size)
 {
+    if (to_.stop && to_.stop->load())
+        throw WriteError("stopped");
     const auto bytes = static_cast<sf_count_t>(size);
     if (sf_write_raw(file_.get(), block.data(), bytes) != bytes)
         throw WriteError(std::string("couldn't write the file: ") + sf_strerror(file_.get()));

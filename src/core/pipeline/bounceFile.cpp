@@ -151,6 +151,7 @@ OutputTarget outputTarget(const std::filesystem::path& to, const BounceResult& r
                           const BounceSettings& settings, const SourceReading& reading, const std::string& note)
 {
     OutputTarget target(to);
+    target.stop = settings.stop;
     if (observer.recordsOutputs())
         target.beforePublish = [&observer, result, to, note](const OutputFacts& facts) {
             BounceResult published = withConversion(result, {true, {}, to, facts});

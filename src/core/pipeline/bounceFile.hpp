@@ -5,6 +5,7 @@
 #include "core/pipeline/OutputTarget.hpp"
 #include "core/pipeline/provenance.hpp"
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -30,6 +31,9 @@ struct BounceSettings {
     bool sessionRate = false; // sourceRate is the one the file's session settled
     bool broadcastWav = true;      // false: plain WAV, without the bext and MD5 chunks
     std::string originator = "Quorvel";
+    // Set by another thread to stop the run: the file being converted fails before its next
+    // block and leaves no file.
+    const std::atomic<bool>* stop = nullptr;
 };
 
 // A target rate or depth that keeps the source's own: a preservation master.

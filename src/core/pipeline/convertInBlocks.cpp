@@ -5,7 +5,6 @@
 #include "core/pipeline/limitedSignal.hpp"
 #include "core/pipeline/loudness.hpp"
 #include "core/pipeline/resample.hpp"
-#include "core/pipeline/stopBetweenBlocks.hpp"
 #include "core/pipeline/truePeak.hpp"
 #include "core/pipeline/writeWAV.hpp"
 
@@ -165,6 +164,7 @@ struct Source {
     std::int64_t rate, channels;
     // The files `data` and `right` lie in, hashed as they are read; fewer when not hashed.
     std::span<SourceHash* const> hashes;
+    const std::atomic<bool>* stop = nullptr; // set: fail before the next block
 };
 
 // Where the output goes and what it is.
@@ -178,7 +178,7 @@ class MappedBlocks {
 public:
     MappedBlocks(const Source& source, std::int64_t targetRate, std::int64_t outChannels)
         : data_(source.data), right_(source.right), format_(source.format), srcRate_(source.rate),
-          srcChannels_(source.channels), outChannels_(outChannels), hashes_(source.hashes)
+          srcChannels_(source.channels), outChannels_(outChannels), hashes_(source.hashes), stop_(source.stop)
     {
         const std::int64_t bytes = static_cast<std::int64_t>(std::max(data_.size(), right_ ? right_->size() : 0));
         inputFrames_ = srcChannels_ < 1 ? 0 : bytes / format_.bytesPerSample() / (right_ ? 1 : srcChannels_);
@@ -204,7 +204,7 @@ public:
 
     bool prepare(std::int64_t k, int slot)
     {
-        if (StopBetweenBlocks::requested())
+        if (stop_ && stop_->load())
             return false;
         const std::int64_t frameBytes = format_.bytesPerSample() * (right_ ? 1 : srcChannels_);
         const std::int64_t first = k * kBlockFrames;
@@ -291,6 +291,7 @@ private:
     SourceFormat format_;
     std::int64_t srcRate_, srcChannels_, outChannels_;
     std::span<SourceHash* const> hashes_;
+    const std::atomic<bool>* stop_;
     std::int64_t inputFrames_ = 0, outputFrames_ = 0, released_ = 0;
     bool resampling_ = false, resampleFailed_ = false;
     std::vector<ResampleStream> streams_;
@@ -493,7 +494,7 @@ ConversionResult convertInBlocks(ByteView data, const OutputTarget& to, SourceFo
                                  std::int64_t srcRate, std::int64_t srcChannels, std::int64_t targetRate,
                                  std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
-    return convert({data, std::nullopt, format, srcRate, srcChannels, to.sources}, {to, targetRate, outChannels, targetDepth},
+    return convert({data, std::nullopt, format, srcRate, srcChannels, to.sources, to.stop}, {to, targetRate, outChannels, targetDepth},
                    normalizeLoudness);
 }
 
@@ -501,7 +502,7 @@ ConversionResult convertPairInBlocks(ByteView left, ByteView right, const Output
                                      SourceFormat format, std::int64_t srcRate, std::int64_t targetRate,
                                      std::int64_t outChannels, std::int64_t targetDepth, bool normalizeLoudness)
 {
-    return convert({left, right, format, srcRate, 2, to.sources}, {to, targetRate, outChannels, targetDepth},
+    return convert({left, right, format, srcRate, 2, to.sources, to.stop}, {to, targetRate, outChannels, targetDepth},
                    normalizeLoudness);
 }
 
