@@ -1,6 +1,7 @@
 #include "core/metadata/sd2Candidate.hpp"
 #include "core/detection/audibleSpan.hpp"
 #include "core/detection/detectBestFormat.hpp"
+#include "core/detection/smoothness.hpp"
 #include "core/io/MappedFile.hpp"
 #include "core/io/guardedRead.hpp"
 #include "core/metadata/findFileSource.hpp"
@@ -68,13 +69,13 @@ bool readsAsAudio(const fs::path& file)
             return;
         // As the batch run's correction judges it: some reading clearly audio (interleaved
         // stereo channel by channel), whatever the layout; or one quiet far below every other
-        // (room tone, a cue brought down 70 dB).
-        const FormatDetection format = scoreFormats(*audible);
-        const auto clear = [](const FormatScores& scores) {
+        // (room tone, a cue brought down 70 dB). Each score is taken only when the last left
+        // the answer open.
+        const auto clear = [&](double (*scorer)(ByteView, SourceFormat)) {
+            const FormatScores scores = candidateScores(*audible, scorer);
             return *std::ranges::max_element(scores) >= kCorrectionAtLeast;
         };
-        audio = clear(format.scores) || (format.channelScores && clear(*format.channelScores)) ||
-                quietReading(format.peaks ? *format.peaks : readingPeaks(*audible));
+        audio = clear(smoothness) || clear(channelSmoothness) || quietReading(readingPeaks(*audible));
     });
     return audio;
 }
