@@ -80,7 +80,8 @@ Detection detectQueued(const QueuedSource& source, SourceFormatChoice choice)
     if (!source.isPair())
         return detectPath(source.path.string(), source.root, choice);
     std::string unreadable;
-    if (auto pair = detectPairFiles(source.path, *source.right, choice, source.root, unreadable))
+    const MappedFile left = MappedFile::open(source.path), right = MappedFile::open(*source.right);
+    if (auto pair = detectPairFiles(source.path, left, *source.right, right, choice, source.root, unreadable))
         return *pair;
     return Unreadable{unreadable};
 }

@@ -88,15 +88,14 @@ void ConverterModel::detectPairItem(const FileItemPtr& item, SourceFormatChoice 
 {
     inBackground(detectionPool_, [this, item, choice] {
         std::string unreadable;
+        const MappedFile halves[2] = {MappedFile::open(item->filePath()), MappedFile::open(*item->rightFilePath())};
         std::optional<PairDetection> pair =
-            detectPairFiles(item->filePath(), *item->rightFilePath(), choice, item->root(), unreadable);
+            detectPairFiles(item->filePath(), halves[0], *item->rightFilePath(), halves[1], choice, item->root(), unreadable);
         auto sketches = std::make_shared<FileItem::Sketches>();
-        if (pair) {
-            const MappedFile halves[2] = {MappedFile::open(item->filePath()), MappedFile::open(*item->rightFilePath())};
+        if (pair)
             for (int c = 0; c < 2; ++c)
-                if (const auto half = halves[c].ok() ? sketchesOf(c == 0 ? pair->left : pair->right, halves[c]) : std::nullopt)
+                if (const auto half = sketchesOf(c == 0 ? pair->left : pair->right, halves[c]))
                     sketches->push_back(*half);
-        }
         FileItem::Reading reading;
         if (pair && sketches->size() == 2)
             reading = std::move(*pair);

@@ -52,7 +52,6 @@ Item {
                     ToolTip.text: hasFolder ? Model.outputFolderPath : "Click to choose where the WAV files land"
                     onClicked: outputDialog.open()
                     FocusRing {
-                        shown: destination.visualFocus
                         radius: 4
                     }
                 }
@@ -69,7 +68,6 @@ Item {
                     ToolTip.text: "Use the default folder instead"
                     onClicked: Model.outputFolder = ""
                     FocusRing {
-                        shown: reset.visualFocus
                         radius: 8
                     }
                 }

@@ -15,7 +15,6 @@ AbstractButton {
         color: button.colour
     }
     FocusRing {
-        shown: button.visualFocus
         radius: 4
     }
 }

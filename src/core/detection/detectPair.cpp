@@ -64,14 +64,16 @@ PairDetection detectPair(const FileDetection& left, const FileDetection& right, 
     return pair;
 }
 
-std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, const std::filesystem::path& right,
+std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, const MappedFile& leftFile,
+                                             const std::filesystem::path& right, const MappedFile& rightFile,
                                              SourceFormatChoice choice, const std::optional<std::filesystem::path>& root,
                                              std::string& unreadable)
 {
     std::optional<FileDetection> halves[2];
     const std::filesystem::path* paths[2] = {&left, &right};
+    const MappedFile* files[2] = {&leftFile, &rightFile};
     for (int c = 0; c < 2; ++c) {
-        const MappedFile file = MappedFile::open(*paths[c]);
+        const MappedFile& file = *files[c];
         std::string why = file.error();
         if (file.ok())
             halves[c] = detectSource(*paths[c], file.bytes(), choice, root, why);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/detection/detectFile.hpp"
+#include "core/io/MappedFile.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -23,9 +24,12 @@ struct PairDetection {
 
 PairDetection detectPair(const FileDetection& left, const FileDetection& right, SourceFormatChoice choice);
 
-// Both halves read from disk, each with its own metadata first (looked for up to `root`, as
-// findFileSource does). Nothing when a half cannot be read; `unreadable` then says which and why.
-std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, const std::filesystem::path& right,
+// Both halves read from their mappings (`leftFile` of `left`, `rightFile` of `right`, kept
+// by the caller for whatever else it reads of them), each with its own metadata first (looked
+// for up to `root`, as findFileSource does). Nothing when a half cannot be read; `unreadable`
+// then says which and why.
+std::optional<PairDetection> detectPairFiles(const std::filesystem::path& left, const MappedFile& leftFile,
+                                             const std::filesystem::path& right, const MappedFile& rightFile,
                                              SourceFormatChoice choice, const std::optional<std::filesystem::path>& root,
                                              std::string& unreadable);
 
