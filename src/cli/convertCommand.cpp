@@ -300,13 +300,9 @@ int runConvert(const ConvertOptions& options, std::ostream& out, std::ostream& e
             return 1;
         }
     }
-    if (first && chosenFolder) {
-        std::error_code ignored; // a folder that cannot be made shows up in every file's write error
-        fs::create_directories(settings.outputFolder, ignored);
-    } else if (first) {
-        OutputFolder folder = makeDefaultOutputFolder(location);
-        settings.outputFolderError = std::move(folder.error);
-    }
+    if (first)
+        settings.outputFolderError =
+            prepareOutputFolder(chosenFolder ? std::optional(settings.outputFolder) : std::nullopt, location).error;
     // Swept only once the default folder is known not to lead elsewhere.
     if (settings.outputFolderError.empty())
         removeAbandonedPartials(records, run, settings.outputFolder);

@@ -78,14 +78,9 @@ void ConverterModel::convertAll()
 {
     if (queue().empty())
         return;
-    OutputFolder folder;
-    if (outputFolder_.isEmpty()) {
-        folder = makeDefaultOutputFolder(defaultOutputLocation(queue().front()->source(), keepFolderStructure_));
-    } else {
-        folder.path = pathForUrl(outputFolder_);
-        std::error_code ignored; // a folder that cannot be made shows in every file's write error
-        std::filesystem::create_directories(folder.path, ignored);
-    }
+    const OutputFolder folder =
+        prepareOutputFolder(outputFolder_.isEmpty() ? std::nullopt : std::optional(pathForUrl(outputFolder_)),
+                            defaultOutputLocation(queue().front()->source(), keepFolderStructure_));
 
     BatchSnapshot snapshot;
     std::copy_if(queue().begin(), queue().end(), std::back_inserter(snapshot.pending),

@@ -16,4 +16,13 @@ OutputFolder makeDefaultOutputFolder(const fs::path& location)
     return folder;
 }
 
+OutputFolder prepareOutputFolder(const std::optional<fs::path>& chosen, const fs::path& location)
+{
+    if (!chosen)
+        return makeDefaultOutputFolder(location);
+    std::error_code ignored;
+    fs::create_directories(*chosen, ignored);
+    return {*chosen, {}};
+}
+
 } // namespace quorvel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace quorvel {
@@ -17,5 +18,10 @@ struct OutputFolder {
 // its place (by an unpacked archive, say) would send every output wherever it points. A
 // folder the user names is theirs, link or not, and does not come through here.
 OutputFolder makeDefaultOutputFolder(const std::filesystem::path& location);
+
+// The run's output folder: the one the user chose, made if it is missing (a folder that
+// cannot be made shows in every file's write error), else the default one in `location`.
+OutputFolder prepareOutputFolder(const std::optional<std::filesystem::path>& chosen,
+                                 const std::filesystem::path& location);
 
 } // namespace quorvel
