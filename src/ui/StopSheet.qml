@@ -1,35 +1,18 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import QtQuick.Templates as T
 import Quorvel
 
 // "Stop bouncing?": asked when the window is closed while files are being written.
 // Return keeps bouncing.
-Popup {
+Sheet {
     id: sheet
     signal stop
 
-    modal: true
     closePolicy: Popup.CloseOnEscape
-    anchors.centerIn: T.Overlay.overlay
     width: 380
     padding: 26
-    background: Raised {
-        radius: 14
-        shadowRadius: 14
-        shadowOffset: 6
-        color: Theme.bg
-    }
-    T.Overlay.modal: Rectangle {
-        color: Qt.rgba(0, 0, 0, 0.12)
-    }
     onOpened: keep.forceActiveFocus()
-
-    Shortcut {
-        sequences: ["Return", "Enter"]
-        enabled: sheet.opened
-        onActivated: sheet.close()
-    }
+    onReturnPressed: sheet.close()
 
     contentItem: Column {
         spacing: 14

@@ -1,34 +1,17 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import QtQuick.Templates as T
 import Quorvel
 
 // "Ears first": shown at launch until the user ticks "Don't show this again".
-Popup {
+Sheet {
     id: sheet
     property bool dontShow
     signal dismissed
 
-    modal: true
     closePolicy: Popup.NoAutoClose
-    anchors.centerIn: T.Overlay.overlay
     width: 410
     padding: 30
-    background: Raised {
-        radius: 14
-        shadowRadius: 14
-        shadowOffset: 6
-        color: Theme.bg
-    }
-    T.Overlay.modal: Rectangle {
-        color: Qt.rgba(0, 0, 0, 0.12)
-    }
-
-    Shortcut {
-        sequences: ["Return", "Enter"]
-        enabled: sheet.opened
-        onActivated: sheet.dismissed()
-    }
+    onReturnPressed: sheet.dismissed()
 
     contentItem: Column {
         spacing: 14
